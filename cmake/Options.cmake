@@ -1,0 +1,40 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+# How everything is compiled, whatever the preset.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+# The client looks for its server one directory above the libraries when TVDEVEL is set.
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+
+find_program(CCACHE ccache)
+if(CCACHE)
+  set(CMAKE_C_COMPILER_LAUNCHER ${CCACHE})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+endif()
+
+option(TAVRIN_SANITIZE "Build with the address and undefined behaviour sanitizers" OFF)
+
+add_compile_options(
+  -Wall -Wextra -Wpedantic -Wshadow=local -Wformat=2 -Wno-format-nonliteral -Wno-format-y2k
+  -Wundef -Werror
+  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+  $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>)
+# Keep the source tree's place out of asserts, logs and debug information.
+add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
+add_link_options(-Wl,--as-needed -Wl,-z,defs -Wl,-z,relro -Wl,-z,now)
+
+if(TAVRIN_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
+    -fno-omit-frame-pointer)
+  # The sanitizers' runtime stays undefined in our shared libraries until the program brings it.
+  add_link_options(-fsanitize=address,undefined -Wl,-z,undefs)
+else()
+  add_compile_options(-fstack-protector-strong)
+  add_compile_definitions($<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
+endif()

@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Where this installation is, found at run time, so that a build tree works like an installation.
+#pragma once
+
+#include "utf/string.hh"
+
+namespace lui::Utils {
+
+// The directory of the running program.
+utf::string GetBinDir();
+// The directory of this library.
+utf::string GetLibDir();
+
+} // namespace lui::Utils
