@@ -12,6 +12,17 @@ constexpr char UNKNOWN[] = "?";
 // Far more than any message takes; a larger number is a slip.
 constexpr size_t MAX_ARGUMENTS = 32;
 
+// The letters that take the same argument.
+struct Kind {
+   std::string_view letters;
+   char const* type;
+};
+
+constexpr Kind KINDS[] = {
+   {"di", "d"}, {"ouxX", "u"}, {"aAeEfFgG", "f"}, {"c", "c"}, {"C", "lc"},
+   {"s", "s"},  {"S", "ls"},   {"p", "p"},        {"n", "n"},
+};
+
 class Parser {
 public:
    explicit Parser(std::string_view format) : rest(format) {}
@@ -47,45 +58,25 @@ private:
 
    void AddLetter(size_t number, std::string_view length, char letter)
    {
-      switch (letter) {
-      case 'd':
-      case 'i':
-         return Add(number, length, 'd');
-      case 'o':
-      case 'u':
-      case 'x':
-      case 'X':
-         return Add(number, length, 'u');
-      case 'a':
-      case 'A':
-      case 'e':
-      case 'E':
-      case 'f':
-      case 'F':
-      case 'g':
-      case 'G':
-         return Add(number, length, 'f');
-      case 'c':
-      case 's':
-      case 'p':
-      case 'n':
-         return Add(number, length, letter);
-      case 'C':
-         return Add(number, "l", 'c');
-      case 'S':
-         return Add(number, "l", 's');
-      case 'm':
-         return;
-      default:
-         broken = true;
+      if (letter == 'm') {
+         return; // strerror(errno), no argument
       }
+      auto const kind =
+         std::find_if(std::begin(KINDS), std::end(KINDS), [letter](Kind const& entry) {
+            return entry.letters.find(letter) != std::string_view::npos;
+         });
+      if (kind == std::end(KINDS)) {
+         broken = true;
+         return;
+      }
+      Add(number, std::string(length) + kind->type);
    }
 
    // A width or a precision: digits, or an argument of its own.
    void TakeAmount()
    {
       if (TakeOne("*")) {
-         Add(TakeNumber(), "", 'd');
+         Add(TakeNumber(), "d");
       } else {
          TakeAll("0123456789");
       }
@@ -105,7 +96,7 @@ private:
       return number;
    }
 
-   void Add(size_t number, std::string_view length, char letter)
+   void Add(size_t number, std::string const& type)
    {
       numbered = numbered || number > 0;
       counted = counted || number == 0;
@@ -115,7 +106,6 @@ private:
          return;
       }
       types.resize(std::max(types.size(), index + 1));
-      std::string const type = std::string(length) + letter;
       broken = broken || (!types[index].empty() && types[index] != type);
       types[index] = type;
    }
