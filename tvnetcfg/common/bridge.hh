@@ -45,6 +45,11 @@ public:
    boost::property_tree::ptree ToPropertyTree();
 
 private:
+   void TakeInitialAdapters();
+   void TakeUnusedAdapters();
+   // Enters a free adapter here and in the table of Editable. Nothing happens for an unknown one.
+   void Take(utf::string const& adapter);
+
    bool isAuto = false;
    Editable* const editable;
    Network* const network;

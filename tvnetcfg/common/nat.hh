@@ -92,7 +92,10 @@ public:
 
    PortForwardList const& GetPortForwardList() const { return portForwardList; }
    // A list in another order counts as another list.
-   void SetPortForwardList(PortForwardList const& value) { Assign(portForwardList, value, changed); }
+   void SetPortForwardList(PortForwardList const& value)
+   {
+      Assign(portForwardList, value, changed);
+   }
 
    boost::property_tree::ptree ToPropertyTree();
 

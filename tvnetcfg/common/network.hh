@@ -70,6 +70,9 @@ public:
    boost::property_tree::ptree ToPropertyTree();
 
 private:
+   // Deletes the bridge and takes the defaults of a hosted network.
+   void LeaveBridged();
+
    Editable* const editable;
    Type type;
    unsigned int const index;
