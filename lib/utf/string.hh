@@ -8,8 +8,9 @@
 
 namespace utf {
 
-// A Unicode text, always valid UTF-8: bytes that aren't are replaced by U+FFFD on the way in.
-// Positions and sizes count characters, unless told otherwise.
+// A Unicode text, always valid UTF-8: bytes that aren't are replaced on the way in, each by one
+// U+FFFD. A NUL is a character like others; only what reads c_str() alone ends at it. Positions and
+// sizes count characters, unless told otherwise. No operation takes more than linear time.
 class string {
 public:
    static const unsigned long npos;
@@ -45,7 +46,7 @@ public:
    // 0 is the largest number of parts: the last one then holds the rest. An empty separator
    // doesn't split.
    std::vector<string> split(string const& separator, unsigned long limit) const;
-   // With ignoreCase, letters match whatever their case.
+   // With ignoreCase, letters match whatever their case, by Unicode's case folding.
    bool startsWith(string const& prefix, bool ignoreCase) const;
 
    // By bytes, whatever the locale: UTF-8 orders as its code points do.
