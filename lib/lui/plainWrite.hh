@@ -2,7 +2,8 @@
 // A guard around a blocking write(2) to the peer.
 #pragma once
 
-#include <csignal>
+#include "lui/signalGuard.hh"
+
 #include <memory>
 
 namespace lui {
@@ -10,6 +11,7 @@ namespace lui {
 // While it lives, nothing interrupts a write to fd half-way: signals of this thread wait, and a
 // broken pipe gives EPIPE instead of SIGPIPE. Should the peer that WatchPeer named for fd end, the
 // pipe is emptied, so that the write returns instead of waiting for a reader that never comes.
+// The watch of fd must not change meanwhile.
 class PlainWrite {
 public:
    explicit PlainWrite(int fd);
@@ -19,7 +21,7 @@ public:
 
 private:
    class Drain;
-   sigset_t oldMask;
+   SignalGuard signals;
    std::unique_ptr<Drain> drain;
 };
 

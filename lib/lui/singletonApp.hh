@@ -9,6 +9,8 @@
 
 namespace lui {
 
+class SessionName;
+
 // Claims a name on the session bus and answers later launches from the main loop.
 class SingletonApp {
 public:
@@ -23,16 +25,16 @@ public:
 
    // Claims the single instance. If another process of this session has it, hands data to that
    // one, ends the children that WatchPeer knows and that wait for the user's password, and ends
-   // this process with status 0; with allowSecond it goes on instead. True if this is the first
-   // instance; false without a session bus, where the program simply runs.
+   // this process with status 0; with allowSecond it leaves the other alone instead and goes on.
+   // True if this is the first instance; false if it isn't, and without a session bus, where the
+   // program simply runs.
    bool Init(utf::string data, bool allowSecond);
 
    // Emitted in the first instance with the data of a later launch.
    sigc::signal<void, utf::string const&>& signal_launched() { return launched; }
 
 private:
-   class Bus;
-   std::unique_ptr<Bus> bus;
+   std::unique_ptr<SessionName> name;
    sigc::signal<void, utf::string const&> launched;
 };
 
