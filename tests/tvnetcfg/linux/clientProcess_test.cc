@@ -1,0 +1,415 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// The client as the desktop starts it, on a desktop of the test's own. Elevation tools are
+// stand-ins that run what they are given without more rights; the networks are a recording double.
+#include "support/testProcess.hh"
+
+#include <algorithm>
+#include <csignal>
+#include <filesystem>
+#include <grp.h>
+#include <gtest/gtest.h>
+#include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+using test::Eventually;
+using test::ExitedWith;
+using test::KilledBy;
+using test::Milliseconds;
+using test::ReadFile;
+using test::TestProcess;
+
+constexpr uid_t ordinaryUser = 65534;
+
+// What every client of these tests gets: folders and networks of its own.
+class ClientProcessTest : public testing::Test {
+protected:
+   ClientProcessTest()
+   {
+      for (char const* const name : {"state", "tools", "config"}) {
+         std::filesystem::create_directory(dir.GetPath() / name);
+      }
+      // The client may be started as another user.
+      chmod(dir.GetPath().c_str(), 0777);
+      std::filesystem::permissions(dir.GetPath() / "state", std::filesystem::perms::all);
+   }
+
+   TestProcess::Environment GetEnvironment() const
+   {
+      return {{"LD_LIBRARY_PATH", TEST_BUILD_DIR "/tests/double"},
+              {"TAVRIN_DOUBLE_LOG", dir.GetPath() / "calls"},
+              {"XDG_STATE_HOME", dir.GetPath() / "state"},
+              {"XDG_CONFIG_HOME", dir.GetPath() / "config"},
+              {"HOME", dir.GetPath()},
+              {"PATH", std::string(dir.GetPath() / "tools") + ":/usr/bin:/bin"}};
+   }
+
+   static TestProcess::Environment With(TestProcess::Environment environment,
+                                        TestProcess::Environment const& more)
+   {
+      environment.insert(environment.end(), more.begin(), more.end());
+      return environment;
+   }
+
+   std::string GetCalls() const { return ReadFile(dir.GetPath() / "calls"); }
+
+   // The texts of the client's log files.
+   std::vector<std::filesystem::path> GetLogs() const
+   {
+      std::vector<std::filesystem::path> logs;
+      if (std::filesystem::exists(dir.GetPath() / "state/tavrin")) {
+         for (auto const& entry :
+              std::filesystem::directory_iterator(dir.GetPath() / "state/tavrin")) {
+            logs.push_back(entry.path());
+         }
+      }
+      return logs;
+   }
+
+   // Runs the desktop helper and returns what it printed; a failure of its is one of the test's.
+   static std::string Desktop(std::vector<std::string> arguments)
+   {
+      arguments.insert(arguments.begin(),
+                       {"/usr/bin/python3", TEST_SUPPORT_DIR "/desktop.py"});
+      TestProcess helper(arguments);
+      EXPECT_TRUE(ExitedWith(helper.Wait(Milliseconds(40000)), 0)) << helper.GetOutput();
+      return helper.GetOutput();
+   }
+
+   std::string MakeTool(std::string const& name, std::string const& script) const
+   {
+      std::string const path = dir.Write("tools/" + name, script);
+      chmod(path.c_str(), 0755);
+      return path;
+   }
+
+   test::TempDir dir;
+};
+
+// --- root needs no tool
+
+class RootClientTest : public ClientProcessTest {
+protected:
+   void SetUp() override
+   {
+      if (geteuid() != 0) {
+         GTEST_SKIP() << "only root starts the server without an elevation tool";
+      }
+   }
+
+   TestProcess Start(TestProcess::Environment const& more = {}) const
+   {
+      return TestProcess({TEST_BUILD_DIR "/tavrin-netcfg"}, With(GetEnvironment(), more));
+   }
+};
+
+TEST_F(RootClientTest, LoadsAndQuitsWithoutAnyTool)
+{
+   TestProcess client = Start({{"PATH", "/nowhere"}});
+   ASSERT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
+   EXPECT_TRUE(Eventually([this] { return GetCalls().find("VNL_Unload") != std::string::npos; }));
+   EXPECT_NE(std::string::npos, GetCalls().find("VNL_Load(0)"));
+}
+
+TEST_F(RootClientTest, LogNamesTheClientsOwnProcess)
+{
+   TestProcess client = Start();
+   ASSERT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
+   ASSERT_EQ(1u, GetLogs().size()) << "the server and the forked child set no log up";
+   std::string const path = GetLogs()[0];
+   EXPECT_NE(std::string::npos,
+             ReadFile(path).find("PID: " + std::to_string(client.GetPid()) +
+                                 ", log output: " + path));
+}
+
+TEST_F(RootClientTest, ProcessNameIsLeftAlone)
+{
+   TestProcess client = Start({{"LD_PRELOAD", TEST_BUILD_DIR "/tests/lib/libsystemDouble.so"},
+                               {"SYSTEM_DOUBLE_LOG", dir.GetPath() / "system"}});
+   ASSERT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
+   EXPECT_EQ("fork \n", ReadFile(dir.GetPath() / "system"));
+}
+
+TEST_F(RootClientTest, PipeThatCannotBeMadeGivesStatus1InSilence)
+{
+   for (char const* const which : {"pipe", "pipe2nd"}) {
+      TestProcess client = Start({{"LD_PRELOAD", TEST_BUILD_DIR "/tests/lib/libsystemDouble.so"},
+                                  {"SYSTEM_DOUBLE_FAIL", which}});
+      EXPECT_TRUE(ExitedWith(client.Wait(), 1)) << which << client.GetOutput();
+      EXPECT_EQ("", client.GetOutput());
+   }
+   EXPECT_TRUE(GetLogs().empty());
+}
+
+TEST_F(RootClientTest, ForkThatFailsGivesStatus0InSilence)
+{
+   TestProcess client = Start({{"LD_PRELOAD", TEST_BUILD_DIR "/tests/lib/libsystemDouble.so"},
+                               {"SYSTEM_DOUBLE_FAIL", "fork"}});
+   EXPECT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
+   EXPECT_EQ("", client.GetOutput());
+   EXPECT_TRUE(GetLogs().empty());
+}
+
+TEST_F(RootClientTest, LogThatCannotBeStartedPanicsAndLeavesNoServer)
+{
+   std::string const file = dir.Write("notADirectory", "");
+   TestProcess client = Start({{"XDG_STATE_HOME", file}});
+   EXPECT_TRUE(KilledBy(client.Wait(), SIGABRT));
+   EXPECT_NE(std::string::npos,
+             client.GetOutput().find("tavrin-netcfg: Could not initialize logging"));
+
+   std::string const argument = "\0" + std::to_string(client.GetPid()) + "\0";
+   EXPECT_TRUE(Eventually(
+      [&client] {
+         std::string const wanted = std::to_string(client.GetPid());
+         for (auto const& entry : std::filesystem::directory_iterator("/proc")) {
+            std::string const line = ReadFile(entry.path() / "cmdline");
+            if (line.find("tavrin-netcfg") != std::string::npos &&
+                line.find('\0' + wanted + '\0') != std::string::npos) {
+               return false;
+            }
+         }
+         return true;
+      },
+      Milliseconds(2000)))
+      << "a server outlives its client";
+}
+
+TEST_F(RootClientTest, FailedLoadIsShownWithItsFirstLineAndEndsWithStatus1)
+{
+   TestProcess client = Start({{"TAVRIN_DOUBLE_DB", dir.Write("database", "exists=false\n")}});
+   std::string const texts = Desktop({"texts", "tavrin-netcfg"});
+   EXPECT_NE(std::string::npos,
+             texts.find("Fail\nNetwork configuration is missing. Ensure that "
+                        "/etc/tavrin/networking exists."))
+      << texts;
+   Desktop({"press", "tavrin-netcfg", "OK"});
+   EXPECT_TRUE(ExitedWith(client.Wait(), 1));
+   EXPECT_TRUE(Eventually([this] { return GetCalls().find("VNL_Unload") != std::string::npos; }))
+      << "the server notices that its client has gone";
+}
+
+TEST_F(RootClientTest, ServerKilledBeforeItAnswersGivesStatus1WithinASecond)
+{
+   TestProcess client = Start({{"TAVRIN_DOUBLE_STOP_AT", "VNL_Load"}});
+   ASSERT_TRUE(Eventually([this] { return GetCalls().find("VNL_Load(0)") != std::string::npos; }));
+   int server = 0;
+   for (auto const& entry : std::filesystem::directory_iterator("/proc")) {
+      std::string const stat = ReadFile(entry.path() / "stat");
+      std::size_t const end = stat.rfind(')');
+      if (end != std::string::npos &&
+          stat.compare(end + 4, std::to_string(client.GetPid()).size() + 1,
+                       std::to_string(client.GetPid()) + " ") == 0 &&
+          ReadFile(entry.path() / "cmdline").find("tavrin-netcfg") != std::string::npos) {
+         server = std::stoi(entry.path().filename());
+      }
+   }
+   ASSERT_GT(server, 0);
+   kill(server, SIGKILL);
+   EXPECT_TRUE(ExitedWith(client.Wait(Milliseconds(1000)), 1)) << client.GetOutput();
+}
+
+// --- an ordinary user needs one
+
+class UserClientTest : public ClientProcessTest {
+protected:
+   // Runs the client as a user without rights, whoever runs the test.
+   TestProcess Start(TestProcess::Environment const& more = {}) const
+   {
+      std::vector<std::string> arguments{TEST_BUILD_DIR "/tavrin-netcfg"};
+      if (geteuid() == 0) {
+         std::string const id = std::to_string(ordinaryUser);
+         arguments.insert(arguments.begin(), {"/usr/bin/setpriv", "--reuid=" + id, "--regid=" + id,
+                                              "--clear-groups", "--"});
+      }
+      return TestProcess(arguments, With(GetEnvironment(), more));
+   }
+
+   // A tool that writes its command line down and runs the program in its own place.
+   std::string MakePkexec() const
+   {
+      return MakeTool("pkexec", "#!/bin/sh\nprintf '%s\\n' \"$0\" \"$@\" >\"$HOME/vector\"\n"
+                                "exec \"$@\"\n");
+   }
+
+   // A tool that stays, with the program as a child of a child.
+   std::string MakeGnomesu() const
+   {
+      return MakeTool("gnomesu", "#!/bin/sh\nprintf '%s\\n' \"$0\" \"$@\" >\"$HOME/vector\"\n"
+                                 "(\"$@\"; exit $?)\nexit $?\n");
+   }
+
+   std::vector<std::string> GetVector() const
+   {
+      std::vector<std::string> lines;
+      std::istringstream text(ReadFile(dir.GetPath() / "vector"));
+      for (std::string line; std::getline(text, line);) {
+         lines.push_back(line);
+      }
+      return lines;
+   }
+
+   // PATH without the tools of this machine.
+   TestProcess::Environment OnlyOurTools() const
+   {
+      return {{"PATH", dir.GetPath() / "tools"}};
+   }
+
+   void ExpectVector(std::string const& tool, std::string const& program, int client) const
+   {
+      std::vector<std::string> const vector = GetVector();
+      ASSERT_EQ(5u, vector.size());
+      EXPECT_EQ(tool, vector[0]);
+      EXPECT_EQ(program, vector[1]);
+      EXPECT_EQ(std::to_string(client), vector[4]);
+      EXPECT_NE(vector[2], vector[3]);
+   }
+};
+
+TEST_F(UserClientTest, PkexecGetsTheProgramTheTwoDescriptorsAndTheClient)
+{
+   std::string const tool = MakePkexec();
+   TestProcess client = Start(OnlyOurTools());
+   ASSERT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
+   ExpectVector(tool, TEST_BUILD_DIR "/tavrin-netcfg", client.GetPid());
+}
+
+TEST_F(UserClientTest, GnomesuGetsTheSame)
+{
+   std::string const tool = MakeGnomesu();
+   TestProcess client = Start(OnlyOurTools());
+   ASSERT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
+   ExpectVector(tool, TEST_BUILD_DIR "/tavrin-netcfg", client.GetPid());
+}
+
+TEST_F(UserClientTest, PkexecIsPreferred)
+{
+   std::string const tool = MakePkexec();
+   MakeGnomesu();
+   TestProcess client = Start(OnlyOurTools());
+   ASSERT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
+   ASSERT_FALSE(GetVector().empty());
+   EXPECT_EQ(tool, GetVector()[0]);
+}
+
+TEST_F(UserClientTest, DeveloperVariableTakesTheServerFromAboveTheLibraries)
+{
+   MakePkexec();
+   for (char const* const value : {"1", " "}) {
+      TestProcess client = Start(With(OnlyOurTools(), {{"TVDEVEL", value}}));
+      ASSERT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
+      ASSERT_EQ(5u, GetVector().size());
+      EXPECT_EQ(TEST_BUILD_DIR "/lib/../tavrin-netcfg", GetVector()[1]);
+   }
+}
+
+TEST_F(UserClientTest, EmptyDeveloperVariableCountsToo)
+{
+   MakePkexec();
+   // A shell, since an empty value here means to remove the variable.
+   std::vector<std::string> arguments{"/usr/bin/env", "TVDEVEL=", TEST_BUILD_DIR "/tavrin-netcfg"};
+   if (geteuid() == 0) {
+      std::string const id = std::to_string(ordinaryUser);
+      arguments.insert(arguments.begin(), {"/usr/bin/setpriv", "--reuid=" + id, "--regid=" + id,
+                                           "--clear-groups", "--"});
+   }
+   TestProcess client(arguments, With(GetEnvironment(), OnlyOurTools()));
+   ASSERT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
+   ASSERT_EQ(5u, GetVector().size());
+   EXPECT_EQ(TEST_BUILD_DIR "/lib/../tavrin-netcfg", GetVector()[1]);
+}
+
+TEST_F(UserClientTest, ProcessIsNamedPkexecForTheForkAloneAndHasItsNameBackAfterwards)
+{
+   MakePkexec();
+   TestProcess client =
+      Start(With(OnlyOurTools(), {{"LD_PRELOAD", TEST_BUILD_DIR "/tests/lib/libsystemDouble.so"},
+                                  {"SYSTEM_DOUBLE_LOG", dir.GetPath() / "system"}}));
+   ASSERT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
+   EXPECT_EQ(0u, ReadFile(dir.GetPath() / "system").find("name pkexec\nfork \nname tavrin-netcfg\n"));
+}
+
+TEST_F(UserClientTest, ProcessNameIsLeftAloneWithGnomesu)
+{
+   MakeGnomesu();
+   TestProcess client =
+      Start(With(OnlyOurTools(), {{"LD_PRELOAD", TEST_BUILD_DIR "/tests/lib/libsystemDouble.so"},
+                                  {"SYSTEM_DOUBLE_LOG", dir.GetPath() / "system"}}));
+   ASSERT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
+   EXPECT_EQ(std::string::npos, ReadFile(dir.GetPath() / "system").find("name "));
+}
+
+TEST_F(UserClientTest, WithoutAToolItSaysSoAndEndsWithStatus1)
+{
+   TestProcess client = Start(OnlyOurTools());
+   std::string const texts = Desktop({"texts", "tavrin-netcfg"});
+   EXPECT_NE(std::string::npos,
+             texts.find("tavrin-netcfg needs pkexec or gnomesu to obtain root previlege. Please "
+                        "install pkexec or gnomesu first, and then launch tavrin-netcfg again"))
+      << texts;
+   Desktop({"press", "tavrin-netcfg", "OK"});
+   EXPECT_TRUE(ExitedWith(client.Wait(), 1));
+   EXPECT_TRUE(GetLogs().empty()) << "nothing is logged before the fork";
+}
+
+class RefusedTest : public UserClientTest, public testing::WithParamInterface<char const*> {};
+
+TEST_P(RefusedTest, GivesStatus1WithoutADialog)
+{
+   MakeTool("pkexec", GetParam());
+   TestProcess client = Start(OnlyOurTools());
+   EXPECT_TRUE(ExitedWith(client.Wait(), 1)) << client.GetOutput();
+   EXPECT_EQ("", GetCalls());
+}
+
+INSTANTIATE_TEST_SUITE_P(, RefusedTest,
+                         testing::Values("#!/bin/sh\nexit 126\n", "#!/bin/sh\nexit 127\n",
+                                         "#!/bin/sh\nkill -9 $$\n", "#!/bin/sh\nexit 0\n",
+                                         "#!/nonexistent\n"));
+
+// --- a second launch
+
+class SecondLaunchTest : public UserClientTest {};
+
+TEST_F(SecondLaunchTest, EndsQuietlyAndTakesItsOwnPromptAway)
+{
+   // A prompt that nobody answers.
+   MakeTool("pkexec", "#!/bin/sh\necho $$ >>\"$HOME/prompts\"\nexec sleep 600\n");
+   TestProcess::Environment const environment{
+      {"PATH", std::string(dir.GetPath() / "tools") + ":/usr/bin:/bin"}};
+   auto const countPrompts = [this] {
+      std::string const text = ReadFile(dir.GetPath() / "prompts");
+      return std::count(text.begin(), text.end(), '\n');
+   };
+
+   TestProcess first = Start(environment);
+   ASSERT_TRUE(Eventually([&] { return countPrompts() == 1 && !GetLogs().empty(); }));
+   TestProcess second = Start(environment);
+   EXPECT_TRUE(ExitedWith(second.Wait(), 0)) << second.GetOutput();
+   EXPECT_EQ("", second.GetOutput());
+
+   ASSERT_TRUE(Eventually([&] { return countPrompts() == 2; }));
+   std::istringstream pids(ReadFile(dir.GetPath() / "prompts"));
+   int firstPrompt = 0;
+   int secondPrompt = 0;
+   pids >> firstPrompt >> secondPrompt;
+   EXPECT_TRUE(Eventually([&] { return kill(secondPrompt, 0) != 0; })) << "its prompt is left";
+   EXPECT_EQ(0, kill(firstPrompt, 0)) << "the first launch's prompt was taken away";
+   EXPECT_FALSE(first.Wait(Milliseconds(0)));
+
+   first.Signal(SIGKILL);
+   kill(firstPrompt, SIGKILL);
+}
+
+TEST_F(SecondLaunchTest, WithoutASessionBusEveryLaunchRuns)
+{
+   MakePkexec();
+   TestProcess client = Start(With(OnlyOurTools(), {{"DBUS_SESSION_BUS_ADDRESS", ""},
+                                                    {"XDG_RUNTIME_DIR", dir.GetPath()},
+                                                    {"NO_AT_BRIDGE", "1"}}));
+   EXPECT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
+}
+
+} // namespace
