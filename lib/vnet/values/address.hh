@@ -36,6 +36,8 @@ struct Subnet {
    // The address number `host` of the subnet; 0 is the network's own.
    Address GetHost(std::uint32_t host) const { return {address.value + host}; }
    bool Contains(Address other) const;
+   // Whether other is an address of it that a host can have: neither its first nor its last.
+   bool IsHost(Address other) const;
    // Whether the two share an address, whichever is the larger.
    bool Overlaps(Subnet const& other) const;
    // "192.168.8.0/24"
