@@ -10,6 +10,8 @@
 extern "C" {
 #endif
 
+#pragma GCC visibility push(default)
+
 /*
  * Adds the settings of the file to dict: lines `key = "value"`, blank lines, and comments from "#".
  * Later lines win. A line that isn't one of these is skipped with a warning. The file must be a
@@ -17,6 +19,8 @@ extern "C" {
  * True if the file was read, or isn't there.
  */
 bool Config_LoadFile(Dictionary* dict, const char* path);
+
+#pragma GCC visibility pop
 
 #ifdef __cplusplus
 }

@@ -6,6 +6,8 @@
 extern "C" {
 #endif
 
+#pragma GCC visibility push(default)
+
 typedef struct Dictionary Dictionary;
 
 /* Returns a new empty dictionary, owned by the caller. */
@@ -19,6 +21,8 @@ void Dict_SetString(Dictionary* dict, const char* value, const char* key);
 
 /* The text under key, or fallback. Valid until the key is set again or the dictionary is freed. */
 const char* Dict_GetString(const Dictionary* dict, const char* fallback, const char* key);
+
+#pragma GCC visibility pop
 
 #ifdef __cplusplus
 }

@@ -1,7 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 /*
  * The process's log. A process that set a file up writes there; one that didn't writes to the
- * system log, and to standard error too if that is a terminal.
+ * system log, and to standard error too if that is a terminal. So does a line that the file can't
+ * take.
  */
 #pragma once
 
@@ -12,6 +13,8 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+
+#pragma GCC visibility push(default)
 
 /* How the log reads its settings out of a dictionary. */
 typedef struct LogCfgInterface LogCfgInterface;
@@ -38,13 +41,15 @@ void Log_SetProductInfo(const char* name, const char* version, const char* build
                         const char* compilationOption);
 
 /*
- * Starts logging to a file of this process's own below $XDG_STATE_HOME/tavrin (by default
- * ~/.local/state/tavrin), named "<prefix>-<pid>.log" by the dictionary's "log.suffix", with
- * prefix as the fallback. Its "log.config" names a preference that overrides the whole path.
- * The file has mode 0600 and isn't opened through a symbolic link. With filePerProcess it is a new
- * one, and of the files of the same prefix the ten newest are kept; without, it is "<prefix>.log",
- * and lines are appended.
- * Returns the output, which lives to the end of the process, or null.
+ * Starts logging to a file below $XDG_STATE_HOME/tavrin (by default ~/.local/state/tavrin). Its
+ * name begins with the dictionary's "log.suffix", or with prefix if that isn't set. With
+ * filePerProcess it is a new file "<name>-<pid>.log", and of the files of that name the ten newest
+ * are kept; without, it is "<name>.log", and lines are appended. The dictionary's "log.config"
+ * names a preference which, if it holds an absolute path, replaces directory and name; lines are
+ * appended then too, and if that file won't do a warning says so and the other one is taken. The
+ * file is regular, the caller's own, of mode 0600, and isn't opened through a symbolic link. Its
+ * first line tells the product. Returns the output, which lives to the end of the process, or null
+ * after a warning that tells why.
  */
 LogOutput* Log_InitWithFileInt(const char* prefix, Dictionary* dict, const LogCfgInterface* cfg,
                                int filePerProcess);
@@ -52,17 +57,26 @@ LogOutput* Log_InitWithFileInt(const char* prefix, Dictionary* dict, const LogCf
 /* The path of the log file; never null. */
 const char* Log_GetOutputFileName(const LogOutput* output);
 
-/* Sets the least important severity that is still written. Initially preference "log.level". */
+/*
+ * Sets the least important severity that is still written. Until then it is the preference
+ * "log.level", or LOG_SEVERITY_DEFAULT.
+ */
 void Log_SetLevel(int severity);
 
-/* Writes a line of level "warning". */
+/*
+ * Writes a line of level "warning", whatever the configured level. A line holds the time, the
+ * process id, the level and the text. A closing newline of the text is optional; other control
+ * characters are escaped, and a text above 8 KiB is cut. errno is left alone.
+ */
 __attribute__((format(printf, 1, 2))) void Warning(const char* format, ...);
 
-/* Writes a line of level "info". */
+/* Writes a line of level "info" if LOG_SEVERITY_INFO is at most the configured level. */
 __attribute__((format(printf, 1, 2))) void Log(const char* format, ...);
 
 /* Writes a line of the given severity if it is at most the configured level. */
 __attribute__((format(printf, 2, 3))) void LogV(int severity, const char* format, ...);
+
+#pragma GCC visibility pop
 
 #ifdef __cplusplus
 }

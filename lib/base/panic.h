@@ -6,11 +6,15 @@
 extern "C" {
 #endif
 
+#pragma GCC visibility push(default)
+
 /*
  * Writes the text to the log and to standard error and ends the process by SIGABRT, whatever
  * handler or mask it has for that. Doesn't return.
  */
 __attribute__((format(printf, 1, 2), noreturn)) void Panic(const char* format, ...);
+
+#pragma GCC visibility pop
 
 #ifdef __cplusplus
 }

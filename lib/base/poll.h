@@ -8,6 +8,8 @@
 extern "C" {
 #endif
 
+#pragma GCC visibility push(default)
+
 typedef void (*PollCallback)(int fd, void* data);
 
 /* Joins the polling to GLib's default main context. Calling it twice is calling it once. */
@@ -19,12 +21,14 @@ void Poll_Exit(void);
 /*
  * Calls callback once from the main loop when fd becomes readable or its other end closes.
  * A second callback for the same fd replaces the first. May be called before Poll_InitGtk.
- * The descriptor stays the caller's. False if fd is negative.
+ * The descriptor stays the caller's. False if fd is negative or callback null.
  */
 bool Poll_CallbackOnce(int fd, PollCallback callback, void* data);
 
 /* Takes the callback of fd back; nothing happens if it has none. */
 void Poll_CallbackRemove(int fd);
+
+#pragma GCC visibility pop
 
 #ifdef __cplusplus
 }

@@ -8,10 +8,14 @@
 extern "C" {
 #endif
 
+#pragma GCC visibility push(default)
+
 /*
  * Opens the host's settings and the user's ($XDG_CONFIG_HOME/tavrin/preferences). A process with
- * effective user id 0 reads the host's alone: a user must not steer it. False if a file exists and
- * can't be read; what could be read counts all the same. May be called again to read anew.
+ * effective user id 0 reads the host's alone: a user must not steer it. Keys that begin with
+ * "feature." are the host's for everyone, since client and server must agree on them. False if a
+ * file exists and can't be read; what could be read counts all the same. May be called again to
+ * read anew.
  */
 bool Preference_Init(void);
 
@@ -23,6 +27,8 @@ bool Preference_GetBool(bool fallback, const char* key);
 
 /* The same for a decimal integer; other texts give fallback. */
 int Preference_GetInt(int fallback, const char* key);
+
+#pragma GCC visibility pop
 
 #ifdef __cplusplus
 }

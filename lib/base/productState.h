@@ -6,6 +6,8 @@
 extern "C" {
 #endif
 
+#pragma GCC visibility push(default)
+
 /* Records the version of the help that goes with help system number system. */
 void ProductState_SetHelp(int system, const char* version);
 
@@ -17,6 +19,8 @@ const char* ProductState_GetName(void);
 const char* ProductState_GetVersion(void);
 const char* ProductState_GetBuildNumberString(void);
 const char* ProductState_GetCompilationOption(void);
+
+#pragma GCC visibility pop
 
 #ifdef __cplusplus
 }

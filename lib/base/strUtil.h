@@ -8,11 +8,15 @@
 extern "C" {
 #endif
 
+#pragma GCC visibility push(default)
+
 /*
  * True if text is one whole decimal integer that fits an int: an optional sign, digits, nothing
  * before or after. Then *out holds it; otherwise *out is left alone.
  */
 bool StrUtil_StrToInt(int* out, const char* text);
+
+#pragma GCC visibility pop
 
 #ifdef __cplusplus
 }
