@@ -29,8 +29,8 @@ struct Message {
    std::string_view text;
 };
 
-// A text without a marker has no id; neither has one whose id isn't well formed, and there the
-// marker goes and everything behind it stays.
+// A text without a marker has no id. Neither has one whose id isn't well formed: there the marker
+// goes, and everything behind it stays but for the parentheses of an empty id.
 Message Parse(std::string_view marked)
 {
    if (!marked.starts_with(MARKER)) {

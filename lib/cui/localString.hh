@@ -10,7 +10,8 @@ namespace cui {
 // asked for the default text with the id as its context. An id consists of letters, digits, dots,
 // hyphens and underscores. Without a translation the result is the default text, and also where the
 // translation's printf conversions aren't the default text's. A text without a marker comes back as
-// it is, one without a well-formed id loses its marker only, and null gives the empty text.
+// it is, one whose id isn't well formed without its marker (and without the parentheses of an empty
+// id), and null gives the empty text.
 utf::string GetLocalString(char const* marked);
 
 // Tells GetLocalString where the catalogues are, as bindtextdomain(3) takes it; null for nowhere.

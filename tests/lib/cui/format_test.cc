@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "cui/format.hh"
 
+#include "lib/utf/print.hh"
+
 #include <gtest/gtest.h>
 
 #include <string>

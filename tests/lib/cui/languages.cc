@@ -56,12 +56,13 @@ Languages::~Languages()
    fs::remove_all(top);
 }
 
-bool Languages::Speak(std::string const& language, std::string const& charset)
+bool Languages::Speak(std::string const& language, std::string const& charset,
+                      std::string const& source)
 {
    std::string const name = language + "_XX." + charset;
    // -c: the charmap may lack characters that the locale's source names.
    bool const compiled =
-      Run({"localedef", "-c", "--quiet", "-i", "C", "-f", charset, top / "locales" / name});
+      Run({"localedef", "-c", "--quiet", "-i", source, "-f", charset, top / "locales" / name});
    bool const taken = compiled && std::setlocale(LC_ALL, name.c_str());
    EXPECT_TRUE(taken) << name;
    return taken;

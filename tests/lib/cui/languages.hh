@@ -9,7 +9,7 @@ namespace cui {
 
 // Glibc consults no catalogue for the locale C, and newer ones none for C.UTF-8 either, whatever
 // LANGUAGE says; and a bare system has no other locale. So localedef(1) compiles one of our own,
-// which is the C locale under another name, and LOCPATH leads to it. Needs the sources in
+// which is the C locale or another under a new name, and LOCPATH leads to it. Needs the sources in
 // /usr/share/i18n.
 //
 // Each object has a directory of its own, as gettext reads a catalogue's file once in a process.
@@ -21,9 +21,10 @@ public:
    // Sets the locale C, forgets LANGUAGE and LOCPATH and removes the directory.
    ~Languages();
 
-   // Compiles the locale language_XX.charset ("xx", "UTF-8") and takes it for this process.
-   // False, with a failed expectation, if that doesn't work.
-   bool Speak(std::string const& language, std::string const& charset);
+   // Compiles the locale language_XX.charset ("xx", "UTF-8") from the source of another one and
+   // takes it for this process. False, with a failed expectation, if that doesn't work.
+   bool Speak(std::string const& language, std::string const& charset,
+              std::string const& source = "C");
 
    // Compiles the catalogue of language from the entries of a .po file (without its header).
    // False, with a failed expectation, if that doesn't work.

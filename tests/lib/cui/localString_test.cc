@@ -3,9 +3,11 @@
 
 #include "cui/format.hh"
 #include "lib/cui/languages.hh"
+#include "lib/utf/print.hh"
 
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -85,7 +87,7 @@ TEST_F(LocalStringTest, AMalformedMarkerGivesReadableText)
       {MARKER "(", "("},
       {MARKER "(msg", "(msg"},
       {MARKER "(msg.Save", "(msg.Save"},
-      {MARKER "()Save", "()Save"},
+      {MARKER "()Save", "Save"},
       {MARKER "(two words)Save", "(two words)Save"},
       {MARKER "(Save the (open) file", "(Save the (open) file"},
       {MARKER "((msg))Save", "((msg))Save"},

@@ -3,6 +3,8 @@
 // text, a linear one about 16 times; the bound lies between, so a busy machine doesn't matter.
 #include "utf/string.hh"
 
+#include "lib/utf/print.hh"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -13,7 +15,7 @@
 namespace utf {
 namespace {
 
-constexpr size_t SMALL = 512 * 1024;
+constexpr size_t SMALL = 256 * 1024;
 constexpr size_t FACTOR = 16;
 constexpr double QUADRATIC = 100;
 
