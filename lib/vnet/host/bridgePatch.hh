@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Joins a host adapter and a bridge while the host keeps its addresses on the adapter.
+#pragma once
+
+#include "vnet/host/links.hh"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vnet::host {
+
+class RouteSocket;
+class Ruleset;
+
+// An adapter that is joined to a bridge, wholly or in part.
+struct Patch {
+   std::string adapter;
+   std::string bridge;
+
+   bool operator==(Patch const&) const = default;
+};
+
+// Putting an adapter into a bridge would silence the host's addresses on it. Instead, a pair of
+// veth devices stands between: the port in the bridge, and the host end, from which everything that
+// arrives is handed to the adapter's way in, where the host takes it as if from the wire. An
+// nftables table of family netdev sends each frame its way:
+// - from the adapter: to the host's address, to the host; to a guest, to the bridge; the rest, also
+//   multicast, to both;
+// - from the host out of the adapter: to a guest, to the bridge alone; multicast, to both; the
+// rest,
+//   to the wire;
+// - from the bridge: to the host's address, to the host; multicast, to both; the rest, to the wire.
+//   Frames that claim the host's address are dropped;
+// - nothing passes between the bridge device itself and the host, which has it all by the adapter.
+// Guests are learned from their frames. The adapter is set promiscuous, unless someone else did.
+//
+// All is found again by its names and aliases, so an earlier process may have left any part of it.
+class BridgePatch {
+public:
+   BridgePatch(RouteSocket& socketOfCaller, Ruleset& rulesetOfCaller);
+
+   // Joins the two, taking the adapter from another bridge first. Attaching what is attached puts
+   // right what changed (the adapter's MAC or MTU, missing rules) and disturbs nothing else: call
+   // it again when the adapter or the ruleset changed. The bridge gets the adapter's MTU. Ends by
+   // announcing the bridge's guests to the adapter's network. Throws Error.
+   void Attach(std::string const& adapter, std::string const& bridge);
+   // Restores the adapter exactly, also if it is gone or the patch is only there in part. Carries
+   // on after a failure and returns what went wrong.
+   std::vector<std::string> Detach(std::string const& adapter);
+   // Patches with any part left, whatever process made them. Throws Error.
+   std::vector<Patch> List();
+
+   // Sends a frame from every guest that the bridge has learned, so that switches beyond the
+   // adapter send their frames here: needed after a carrier came back. Throws Error.
+   void Announce(std::string const& adapter);
+
+private:
+   struct Ends;
+
+   RouteSocket& socket;
+   Ruleset& ruleset;
+   Links links;
+};
+
+} // namespace vnet::host

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "vnet/host/portHolder.hh"
+
+#include "vnet/values/error.hh"
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <cstring>
+#include <linux/filter.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+namespace vnet::host {
+
+namespace {
+
+[[noreturn]] void Fail(bool tcp, std::uint16_t port)
+{
+   throw Error(tcp ? "hold TCP port" : "hold UDP port", std::to_string(port), strerror(errno));
+}
+
+// Datagrams that reach the socket, because their port isn't forwarded just then, mustn't pile up.
+bool DropAll(int descriptor)
+{
+   sock_filter instruction = BPF_STMT(BPF_RET | BPF_K, 0);
+   sock_fprog const program{1, &instruction};
+   return setsockopt(descriptor, SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program) == 0;
+}
+
+} // namespace
+
+std::optional<PortHolder> PortHolder::Hold(bool tcp, std::uint16_t port)
+{
+   base::FileDescriptor socket(
+      ::socket(AF_INET, (tcp ? SOCK_STREAM : SOCK_DGRAM) | SOCK_CLOEXEC, 0));
+   if (!socket.IsOpen() || (!tcp && !DropAll(socket.Get()))) {
+      Fail(tcp, port);
+   }
+   sockaddr_in address{};
+   address.sin_family = AF_INET;
+   address.sin_port = htons(port);
+   if (bind(socket.Get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) {
+      return PortHolder(std::move(socket));
+   }
+   if (errno == EADDRINUSE) {
+      return {};
+   }
+   Fail(tcp, port);
+}
+
+} // namespace vnet::host

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// A port of the host that is taken so that no service takes it.
+#pragma once
+
+#include "base/fileDescriptor.hh"
+
+#include <cstdint>
+#include <optional>
+
+namespace vnet::host {
+
+// A forwarded port shadows a service of the host silently: packets are redirected before they reach
+// it. So the port is bound, on all IPv4 addresses, by a socket that doesn't listen: who wants it
+// later gets "Address already in use". What arrives at the socket is dropped unread.
+class PortHolder {
+public:
+   // Empty if a service of the host has the port. Throws Error for any other failure.
+   static std::optional<PortHolder> Hold(bool tcp, std::uint16_t port);
+
+private:
+   explicit PortHolder(base::FileDescriptor boundSocket) : socket(std::move(boundSocket)) {}
+
+   base::FileDescriptor socket;
+};
+
+} // namespace vnet::host

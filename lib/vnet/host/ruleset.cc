@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "vnet/host/ruleset.hh"
+
+#include "vnet/values/error.hh"
+
+#include <cstdlib>
+#include <dirent.h>
+#include <fcntl.h>
+#include <linux/netlink.h>
+#include <memory>
+#include <new>
+#include <nftables/libnftables.h>
+#include <string_view>
+#include <sys/socket.h>
+
+namespace vnet::host {
+
+namespace {
+
+bool IsRulesetSocket(int descriptor)
+{
+   int domain = 0;
+   int protocol = 0;
+   socklen_t length = sizeof domain;
+   if (getsockopt(descriptor, SOL_SOCKET, SO_DOMAIN, &domain, &length) < 0) {
+      return false;
+   }
+   length = sizeof protocol;
+   return domain == AF_NETLINK &&
+          getsockopt(descriptor, SOL_SOCKET, SO_PROTOCOL, &protocol, &length) == 0 &&
+          protocol == NETLINK_NETFILTER;
+}
+
+// libnftables leaves its socket open to the programs that this process starts, and doesn't tell
+// which descriptor it is.
+void CloseSocketsOnExec()
+{
+   std::unique_ptr<DIR, int (*)(DIR*)> const folder(opendir("/proc/self/fd"), closedir);
+   if (!folder) {
+      return;
+   }
+   while (auto const* entry = readdir(folder.get())) {
+      int const descriptor = atoi(entry->d_name);
+      if (descriptor > 2 && IsRulesetSocket(descriptor)) {
+         fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+      }
+   }
+}
+
+// The complaint without the place in the text: "Error: Could not process rule: ...".
+std::string GetFirstComplaint(std::string_view text)
+{
+   auto const line = text.substr(0, text.find('\n'));
+   auto const begin = line.find("Error: ");
+   auto const complaint = begin == std::string_view::npos ? line : line.substr(begin + 7);
+   return complaint.empty() ? "Unknown error" : std::string(complaint);
+}
+
+} // namespace
+
+void Ruleset::Free::operator()(nft_ctx* freed) const
+{
+   nft_ctx_free(freed);
+}
+
+Ruleset::Ruleset() : context(nft_ctx_new(NFT_CTX_DEFAULT))
+{
+   if (!context) {
+      throw Error("open", "the ruleset", "libnftables refused");
+   }
+   CloseSocketsOnExec();
+   if (nft_ctx_buffer_output(context.get()) || nft_ctx_buffer_error(context.get())) {
+      throw std::bad_alloc();
+   }
+}
+
+bool Ruleset::Try(std::string const& text, std::string& output)
+{
+   bool const done = nft_run_cmd_from_buffer(context.get(), text.c_str()) == 0;
+   // Reading empties the buffers.
+   output = nft_ctx_get_output_buffer(context.get());
+   std::string const complaints = nft_ctx_get_error_buffer(context.get());
+   if (!done) {
+      output = GetFirstComplaint(complaints);
+   }
+   return done;
+}
+
+void Ruleset::Run(std::string const& text, std::string const& object)
+{
+   std::string output;
+   if (!Try(text, output)) {
+      throw Error("change rules of", object, output);
+   }
+}
+
+void Ruleset::Check(std::string const& text, std::string const& object)
+{
+   nft_ctx_set_dry_run(context.get(), true);
+   std::string output;
+   bool const good = Try(text, output);
+   nft_ctx_set_dry_run(context.get(), false);
+   if (!good) {
+      throw Error("check rules of", object, output);
+   }
+}
+
+bool Ruleset::HasTable(std::string const& family, std::string const& table)
+{
+   std::string output;
+   if (!Try("list tables " + family, output)) {
+      throw Error("list", "tables", output);
+   }
+   return output.find("table " + family + " " + table + "\n") != std::string::npos;
+}
+
+std::string Ruleset::ListWith(unsigned int flags, std::string const& family,
+                              std::string const& table)
+{
+   if (!HasTable(family, table)) {
+      return {};
+   }
+   nft_ctx_output_set_flags(context.get(), flags);
+   std::string output;
+   bool const done = Try("list table " + family + " " + table, output);
+   nft_ctx_output_set_flags(context.get(), 0);
+   if (!done) {
+      throw Error("list table", table, output);
+   }
+   return output;
+}
+
+std::string Ruleset::List(std::string const& family, std::string const& table)
+{
+   return ListWith(NFT_CTX_OUTPUT_STATELESS, family, table);
+}
+
+std::string Ruleset::ListJson(std::string const& family, std::string const& table)
+{
+   return ListWith(NFT_CTX_OUTPUT_JSON | NFT_CTX_OUTPUT_STATELESS, family, table);
+}
+
+void Ruleset::Delete(std::string const& family, std::string const& table)
+{
+   // Naming it first makes one if there is none, in the same transaction.
+   auto const name = " " + family + " " + table + "\n";
+   Run("table" + name + "delete table" + name, table);
+}
+
+} // namespace vnet::host

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// nftables, in this process.
+#pragma once
+
+#include <memory>
+#include <string>
+
+struct nft_ctx;
+
+namespace vnet::host {
+
+// Keeps one context, so that a command doesn't pay for opening and closing a socket. Belongs to the
+// network namespace of the thread that made it; one thread at a time.
+class Ruleset {
+public:
+   // Throws Error.
+   Ruleset();
+
+   // Carries out the commands of `text`, nftables' own language, in one transaction: all or none.
+   // Throws Error("change rules of", object, the first complaint).
+   void Run(std::string const& text, std::string const& object);
+   // Run without the effect: the text is parsed and checked against what is there. Throws Error.
+   void Check(std::string const& text, std::string const& object);
+
+   // `family` is nftables' word: "inet", "netdev", "bridge", ...
+   bool HasTable(std::string const& family, std::string const& table);
+   // The table in nftables' own language, stateful parts without their counts; empty if it isn't
+   // there. Throws Error.
+   std::string List(std::string const& family, std::string const& table);
+   // The table as JSON (libnftables-json(5)); empty if it isn't there. Throws Error.
+   std::string ListJson(std::string const& family, std::string const& table);
+   // A table that isn't there is no failure. Throws Error.
+   void Delete(std::string const& family, std::string const& table);
+
+private:
+   struct Free {
+      void operator()(nft_ctx* context) const;
+   };
+   std::unique_ptr<nft_ctx, Free> context;
+
+   // Returns whether it went well; `output` gets what was printed either way.
+   bool Try(std::string const& text, std::string& output);
+   std::string ListWith(unsigned int flags, std::string const& family, std::string const& table);
+};
+
+} // namespace vnet::host
