@@ -4,6 +4,7 @@
 
 #include "vnet/values/settings.hh"
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -46,5 +47,8 @@ public:
    // then forgets marks and memory. Does nothing if neither was.
    virtual void Finish(Settings const& settings, bool changed) = 0;
 };
+
+// The host that this process runs on.
+std::unique_ptr<HostSide> MakeHostSide();
 
 } // namespace vnet
