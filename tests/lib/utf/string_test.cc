@@ -183,10 +183,13 @@ TEST(StringTest, NumbersLookTheSameInALocaleThatGroupsThem)
 
 TEST(StringTest, ComposedAndDecomposedLettersAreDifferentTexts)
 {
+   cui::Languages languages;
+   ASSERT_TRUE(languages.Speak("xx", "UTF-8", "en_US"));
    string const composed("\xC3\xBC");
    string const decomposed("u\xCC\x88");
 
    EXPECT_NE(composed, decomposed);
+   EXPECT_FALSE(composed == decomposed);
    EXPECT_TRUE(decomposed < composed);
    EXPECT_EQ(2u, (std::set<string>{composed, decomposed, composed}).size());
 }
