@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The server executable at the end of real pipes. The test plays the client; an idle child stands
 // for the client's process where that is to die.
+#include "support/privateEtc.hh"
 #include "support/rawChannel.hh"
 #include "support/testProcess.hh"
 #include "tvnetcfg/common/bridge.hh"
@@ -30,14 +31,22 @@ constexpr Milliseconds aSecond{1000};
 
 class ServerProcessTest : public testing::Test {
 protected:
+   // A save writes netmap.conf. The client's process must be in the server's user namespace, so the
+   // test itself moves.
+   void SetUp() override
+   {
+      if (!test::HavePrivateEtc()) {
+         GTEST_SKIP() << test::GetPrivateEtcProblem();
+      }
+   }
+
    // Starts the server for the client process `client`, which has this test's descriptors.
    void Start(int client, TestProcess::Environment environment = {})
    {
       environment.emplace_back("LD_LIBRARY_PATH", TEST_BUILD_DIR "/tests/double");
       environment.emplace_back("TAVRIN_DOUBLE_LOG", GetCallLogPath());
       server = std::make_unique<TestProcess>(
-         std::vector<std::string>{TEST_BUILD_DIR "/tests/bin/in-private-etc",
-                                  TEST_BUILD_DIR "/tavrin-netcfg",
+         std::vector<std::string>{TEST_BUILD_DIR "/tavrin-netcfg",
                                   std::to_string(request.GetReadEnd()),
                                   std::to_string(reply.GetWriteEnd()), std::to_string(client)},
          environment);
@@ -366,7 +375,8 @@ TEST_F(ClientDeathTest, AfterACompleteSaveStillSaves)
    Send("Save\n" + snapshot);
    client.Signal(SIGKILL);
    EXPECT_TRUE(server->Wait());
-   EXPECT_EQ(1, CountCalls("VNL_DeleteVnetFromDatabase") + CountCalls("VNL_UpdateNATFromConfig"));
+   // Once for each of the two hosted networks.
+   EXPECT_EQ(2, CountCalls("VNL_UpdateNATFromConfig"));
 }
 
 TEST_F(ClientDeathTest, WhileALargeSnapshotFillsThePipeEndsTheServer)
