@@ -75,7 +75,7 @@ void Database::Create(Place const& where, std::string const& text, FileSteps& fi
 
 void Database::Read()
 {
-   auto const read = ReadTextFile(place.file, maxDatabaseBytes);
+   auto read = ReadTextFile(place.file, maxDatabaseBytes);
    auto parsed = Parse(place.file, read.text);
    auto decoded = DecodeFrom(place.file, parsed);
    LogLines(LOG_SEVERITY_WARNING, place.file, decoded.complaints, "it is left out");
@@ -84,6 +84,7 @@ void Database::Read()
    file = std::move(parsed);
    settings = std::move(decoded.settings);
    stamp = read.stamp;
+   opened = std::move(read.file);
 }
 
 NetworkSettings const& Database::GetNetwork(unsigned int index) const

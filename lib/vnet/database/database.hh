@@ -92,7 +92,8 @@ private:
    FileSteps* steps;
    std::optional<LockFile> lock;
    Stamp stamp;
-   Stamp unreadable; // of the file that Refresh couldn't read and logged
+   Descriptor opened; // the file that was read, so that stamp is no other file's
+   Stamp unreadable;  // of the file that Refresh couldn't read and logged
    KeyFile file;
    std::string committed;
    Settings settings;

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vnet/database/textFile.hh"
 
-#include "vnet/database/descriptor.hh"
 #include "vnet/values/error.hh"
 
 #include <cerrno>
@@ -186,7 +185,7 @@ Stamp GetStamp(std::string const& path)
 
 TextFile ReadTextFile(std::string const& path, std::size_t maxBytes)
 {
-   auto const file = OpenForReading(path);
+   auto file = OpenForReading(path);
    for (int reading = 0; reading < maxReadings; ++reading) {
       auto const status = GetStatus(file.Get(), path);
       if (!S_ISREG(status.st_mode)) {
@@ -196,7 +195,7 @@ TextFile ReadTextFile(std::string const& path, std::size_t maxBytes)
       auto text = ReadAll(file.Get(), status.st_size, path);
       auto const stamp = Stamp::Of(status);
       if (stamp == Stamp::Of(GetStatus(file.Get(), path))) {
-         return {std::move(text), stamp};
+         return {std::move(text), stamp, std::move(file)};
       }
    }
    throw Error("read", path, "It keeps changing");

@@ -2,6 +2,7 @@
 // A file that is read whole and replaced whole.
 #pragma once
 
+#include "vnet/database/descriptor.hh"
 #include "vnet/database/fileSteps.hh"
 
 #include <cstddef>
@@ -25,6 +26,8 @@ struct Stamp {
 struct TextFile {
    std::string text;
    Stamp stamp;
+   // As long as it is open, no other file gets its inode number.
+   Descriptor file;
 };
 
 // The stamp of what stands at path, without following a symbolic link; empty (all 0) if nothing

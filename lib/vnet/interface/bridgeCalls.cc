@@ -77,12 +77,17 @@ void AddAdapters(AdapterList& list, std::vector<std::string> const& present,
    }
 }
 
-std::vector<std::string> GetPresentAdapters()
+// False if only the stored ones could be listed.
+bool FillList(VNL_HostAdapterList** list)
 {
+   auto const stored = Library::Get().GetForReading().GetSettings().adapters;
    std::vector<std::string> present;
-   Attempt("list the adapters of", "the host",
-           [&present] { present = Library::Get().GetHost().ListAdapters(); });
-   return present;
+   bool const complete = Attempt("list", "the host's adapters",
+                                 [&present] { present = Library::Get().GetHost().ListAdapters(); });
+   AdapterList made;
+   AddAdapters(made, present, stored);
+   VNL_FreeHostAdapterList(std::exchange(*list, made.HandOut()));
+   return complete;
 }
 
 std::string RequireAdapter(VNL_HostAdapter const* adapter)
@@ -129,12 +134,9 @@ bool VNL_GetHostAdapterList(int mode, VNL_HostAdapterList** list)
       *list = made.HandOut();
       return true;
    });
-   return filled && Attempt("list", "the host's adapters", [mode, list] {
+   return filled && AttemptFor("list", "the host's adapters", [mode, list] {
              RequireConstant(static_cast<std::uint32_t>(mode), 1, "mode");
-             auto const stored = Library::Get().GetForReading().GetSettings().adapters;
-             AdapterList made;
-             AddAdapters(made, GetPresentAdapters(), stored);
-             VNL_FreeHostAdapterList(std::exchange(*list, made.HandOut()));
+             return FillList(list);
           });
 }
 
