@@ -34,11 +34,14 @@ public:
    NonBlocking(NonBlocking const&) = delete;
    NonBlocking& operator=(NonBlocking const&) = delete;
 
+   // Nothing would ever wake the wait for one that takes nothing.
+   bool CanWrite() const { return flags >= 0 && (flags & O_ACCMODE) != O_RDONLY; }
+
    // The most to write once poll(2) has said that fd is ready. A pipe then takes PIPE_BUF bytes
    // without blocking, whatever its mode.
    std::size_t LargestWrite() const
    {
-      bool const isSet = isOurs || (flags >= 0 && (flags & O_NONBLOCK));
+      bool const isSet = isOurs || (flags & O_NONBLOCK);
       return isSet ? SSIZE_MAX : PIPE_BUF;
    }
 
@@ -52,7 +55,7 @@ bool SendAll(int fd, char const* bytes, std::size_t count, ProcessWatch const* p
 {
    SignalGuard const guard = SignalGuard::ForBrokenPipes();
    NonBlocking const mode(fd);
-   while (count > 0) {
+   while (count > 0 && mode.CanWrite()) {
       Wakeup const wakeup = WaitFor(fd, POLLOUT, peer, -1);
       if (wakeup.ended) {
          return false;
@@ -65,7 +68,7 @@ bool SendAll(int fd, char const* bytes, std::size_t count, ProcessWatch const* p
       bytes += std::max<ssize_t>(sent, 0);
       count -= static_cast<std::size_t>(std::max<ssize_t>(sent, 0));
    }
-   return true;
+   return count == 0;
 }
 
 } // namespace
@@ -73,7 +76,7 @@ bool SendAll(int fd, char const* bytes, std::size_t count, ProcessWatch const* p
 bool SendData(int fd, utf::string const& text)
 {
    ProcessWatch const* const peer = ChannelEnds::Get().PeerOf(fd);
-   if (fd < 0 || (peer && peer->HasEnded())) {
+   if (peer && peer->HasEnded()) {
       return false;
    }
    // With a NUL inside it would be two messages.

@@ -20,6 +20,12 @@ std::optional<struct stat> Identify(int fd)
    return fstat(fd, &info) == 0 ? std::optional(info) : std::nullopt;
 }
 
+bool CanRead(int fd)
+{
+   int const flags = fcntl(fd, F_GETFL);
+   return flags >= 0 && (flags & O_ACCMODE) != O_WRONLY;
+}
+
 } // namespace
 
 ChannelEnd::ChannelEnd(int descriptor) : fd(descriptor), file(Identify(descriptor)) {}
@@ -66,8 +72,8 @@ bool ChannelEnd::ReceiveOnce(utf::string& text)
 
 ChannelEnd::Filled ChannelEnd::Fill()
 {
-   // Nothing would ever wake the wait for a descriptor that can't be one.
-   while (fd >= 0) {
+   // Nothing would ever wake the wait for one that yields nothing.
+   while (CanRead(fd)) {
       Wakeup wakeup = WaitFor(fd, POLLIN, Peer(), -1);
       if (wakeup.ended && !wakeup.ready) {
          // It may have written and ended after poll had looked at fd.
@@ -147,9 +153,7 @@ std::vector<int> ChannelEnds::InputsFrom(int pid) const
 {
    std::vector<int> inputs;
    for (auto const& [fd, end] : ends) {
-      bool const isPeer = end->Peer() && end->Peer()->Pid() == pid;
-      int const flags = isPeer ? fcntl(fd, F_GETFL) : -1;
-      if (flags >= 0 && (flags & O_ACCMODE) != O_WRONLY) {
+      if (end->Peer() && end->Peer()->Pid() == pid && CanRead(fd)) {
          inputs.push_back(fd);
       }
    }

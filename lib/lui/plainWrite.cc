@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "lui/plainWrite.hh"
 
+#include "base/fileDescriptor.hh"
 #include "base/log.h"
 #include "lui/channelPeer.hh"
 #include "lui/wakeup.hh"
@@ -27,19 +28,19 @@ public:
    ~Drain() { eventfd_write(stop.Get(), 1); }
 
 private:
-   static FileDescriptor MakeStop();
+   static base::FileDescriptor MakeStop();
    void WaitForEnd() const;
    void Empty() const;
 
    int fd;
    ProcessWatch const& peer;
-   FileDescriptor stop;
+   base::FileDescriptor stop;
    std::jthread thread; // last, so that it ends before what it uses
 };
 
-FileDescriptor PlainWrite::Drain::MakeStop()
+base::FileDescriptor PlainWrite::Drain::MakeStop()
 {
-   FileDescriptor event(eventfd(0, EFD_CLOEXEC));
+   base::FileDescriptor event(eventfd(0, EFD_CLOEXEC));
    if (!event.IsOpen()) {
       throw std::system_error(errno, std::generic_category());
    }
@@ -64,7 +65,7 @@ void PlainWrite::Drain::Empty() const
 {
    // This opens the other side of the same pipe.
    std::string const path = "/proc/self/fd/" + std::to_string(fd);
-   FileDescriptor const pipe(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+   base::FileDescriptor const pipe(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
    std::array<char, 65536> bytes;
    pollfd entries[] = {{pipe.Get(), POLLIN, 0}, {stop.Get(), POLLIN, 0}};
    while (poll(entries, 2, -1) < 0 || entries[1].revents == 0) {

@@ -2,7 +2,7 @@
 // The end of a process that need not be a child.
 #pragma once
 
-#include "lui/fileDescriptor.hh"
+#include "base/fileDescriptor.hh"
 
 #include <string>
 
@@ -28,9 +28,9 @@ private:
    bool HasEndedByProc() const;
 
    int pid;
-   bool gone = false;     // at the start already
-   FileDescriptor pidfd;  // none on a kernel without, or if it has no more descriptors
-   std::string startTime; // as /proc tells it; empty where /proc hides the process
+   bool gone = false;          // at the start already
+   base::FileDescriptor pidfd; // none on a kernel without, or if it has no more descriptors
+   std::string startTime;      // as /proc tells it; empty where /proc hides the process
 };
 
 } // namespace lui

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "lui/localization.hh"
+
+#include "lib/cui/languages.hh"
+#include "support/testProcess.hh"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// What a program of an installation below top prints, in the user's language.
+std::string RunProbe(fs::path const& top, std::string const& locale, std::string const& language)
+{
+   test::TestProcess probe(
+      {LOCALIZATION_PROBE},
+      {{"LD_LIBRARY_PATH", top / "lib"}, {"LC_ALL", locale}, {"LANGUAGE", language}});
+   EXPECT_TRUE(test::ExitedWith(probe.Wait(), 0));
+   return probe.GetOutput();
+}
+
+class LocalizationTest : public testing::Test {
+protected:
+   LocalizationTest()
+   {
+      fs::create_directories(dir.GetPath() / "lib");
+      fs::copy_file(TEST_BUILD_DIR "/lib/libtavrinui.so.0",
+                    dir.GetPath() / "lib" / "libtavrinui.so.0");
+   }
+
+   test::TempDir dir;
+   cui::Languages languages;
+};
+
+} // namespace
+
+TEST_F(LocalizationTest, CataloguesBesideTheLibrariesAreUsed)
+{
+   ASSERT_TRUE(languages.Speak("de", "UTF-8"));
+   ASSERT_TRUE(languages.AddCatalogue("de", "msgctxt \"msg.probe\"\n"
+                                            "msgid \"Automatic\"\n"
+                                            "msgstr \"Selbstt\u00e4tig\"\n"));
+   fs::path const catalogues = dir.GetPath() / "locale" / "de" / "LC_MESSAGES";
+   fs::create_directories(catalogues);
+   fs::copy_file(languages.GetCatalogueFile("de"), catalogues / "tavrin-netcfg.mo");
+
+   EXPECT_EQ("known Selbstt\u00e4tig\n", RunProbe(dir.GetPath(), "de_XX.UTF-8", ""));
+}
+
+TEST_F(LocalizationTest, WithoutACatalogueTextsAreTheDefaultOnes)
+{
+   ASSERT_TRUE(languages.Speak("de", "UTF-8"));
+   EXPECT_EQ("known Automatic\n", RunProbe(dir.GetPath(), "de_XX.UTF-8", ""));
+}
+
+TEST_F(LocalizationTest, AnUnknownLocaleIsToldAndTextsAreTheDefaultOnes)
+{
+   EXPECT_EQ("unknown Automatic\n", RunProbe(dir.GetPath(), "no_SUCH.UTF-8", "de"));
+}
