@@ -44,7 +44,8 @@ bool FindElevator(Elevator& elevator)
 {
    if (!lui::Utils::FindAvailableElevator(elevator.name, elevator.path)) {
       utf::string const text = cui::GetLocalString(
-         "@&!*@*@(msg.tvnetcfg.linux.noElevator)tavrin-netcfg needs pkexec or gnomesu to obtain root "
+         "@&!*@*@(msg.tvnetcfg.linux.noElevator)tavrin-netcfg needs pkexec or gnomesu to obtain "
+         "root "
          "previlege. Please install pkexec or gnomesu first, and then launch tavrin-netcfg again");
       lui::Utils::RaiseWarningDialog(appName, text.c_str());
       return false;

@@ -32,9 +32,9 @@ enum class Next { Serve, Leave };
 // Opens a descriptor of the client's anew, with the client's numbers as they came.
 int OpenClientPipe(char const* pid, char const* descriptor, int flags)
 {
-   std::string const path = Glib::build_filename(
-      "/proc", utf::IntToStr(std::strtol(pid, nullptr, 10)).c_str(), "fd",
-      utf::IntToStr(std::strtol(descriptor, nullptr, 10)).c_str());
+   std::string const path =
+      Glib::build_filename("/proc", utf::IntToStr(std::strtol(pid, nullptr, 10)).c_str(), "fd",
+                           utf::IntToStr(std::strtol(descriptor, nullptr, 10)).c_str());
    return Posix_Open(path.c_str(), flags);
 }
 
@@ -42,8 +42,9 @@ int OpenClientPipe(char const* pid, char const* descriptor, int flags)
 utf::string LoadDatabase()
 {
    if (!VNL_NetworkingDBExists()) {
-      return cui::GetLocalString("@&!*@*@(msg.tvnetcfg.linux.noDB)Network configuration is missing. "
-                                 "Ensure that /etc/tavrin/networking exists.");
+      return cui::GetLocalString(
+         "@&!*@*@(msg.tvnetcfg.linux.noDB)Network configuration is missing. "
+         "Ensure that /etc/tavrin/networking exists.");
    }
    if (!VNL_CanReadNetworkingDB()) {
       return cui::GetLocalString("@&!*@*@(msg.tvnetcfg.linux.cantRead)Network configuration format "

@@ -65,11 +65,37 @@ protected:
    // Runs the desktop helper and returns what it printed; a failure of its is one of the test's.
    static std::string Desktop(std::vector<std::string> arguments)
    {
-      arguments.insert(arguments.begin(),
-                       {"/usr/bin/python3", TEST_SUPPORT_DIR "/desktop.py"});
+      arguments.insert(arguments.begin(), {"/usr/bin/python3", TEST_SUPPORT_DIR "/desktop.py"});
       TestProcess helper(arguments);
       EXPECT_TRUE(ExitedWith(helper.Wait(Milliseconds(40000)), 0)) << helper.GetOutput();
       return helper.GetOutput();
+   }
+
+   // The processes that were started for the client: they have its number as their last argument.
+   static std::vector<int> FindProcessesFor(TestProcess const& client)
+   {
+      std::string const number = '\0' + std::to_string(client.GetPid()) + '\0';
+      std::vector<int> found;
+      for (auto const& entry : std::filesystem::directory_iterator("/proc")) {
+         std::string const line = ReadFile(entry.path() / "cmdline");
+         if (line.size() > number.size() && line.ends_with(number) &&
+             line.find("tavrin-netcfg") != std::string::npos) {
+            found.push_back(std::stoi(entry.path().filename()));
+         }
+      }
+      return found;
+   }
+
+   static bool HasProcessFor(TestProcess const& client)
+   {
+      return !FindProcessesFor(client).empty();
+   }
+
+   static void EndProcessesFor(TestProcess const& client)
+   {
+      for (int const pid : FindProcessesFor(client)) {
+         kill(pid, SIGKILL);
+      }
    }
 
    std::string MakeTool(std::string const& name, std::string const& script) const
@@ -113,9 +139,8 @@ TEST_F(RootClientTest, LogNamesTheClientsOwnProcess)
    ASSERT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
    ASSERT_EQ(1u, GetLogs().size()) << "the server and the forked child set no log up";
    std::string const path = GetLogs()[0];
-   EXPECT_NE(std::string::npos,
-             ReadFile(path).find("PID: " + std::to_string(client.GetPid()) +
-                                 ", log output: " + path));
+   EXPECT_NE(std::string::npos, ReadFile(path).find("PID: " + std::to_string(client.GetPid()) +
+                                                    ", log output: " + path));
 }
 
 TEST_F(RootClientTest, ProcessNameIsLeftAlone)
@@ -154,19 +179,7 @@ TEST_F(RootClientTest, LogThatCannotBeStartedPanicsAndLeavesNoServer)
    EXPECT_NE(std::string::npos,
              client.GetOutput().find("tavrin-netcfg: Could not initialize logging"));
 
-   EXPECT_TRUE(Eventually(
-      [&client] {
-         std::string const wanted = std::to_string(client.GetPid());
-         for (auto const& entry : std::filesystem::directory_iterator("/proc")) {
-            std::string const line = ReadFile(entry.path() / "cmdline");
-            if (line.find("tavrin-netcfg") != std::string::npos &&
-                line.find('\0' + wanted + '\0') != std::string::npos) {
-               return false;
-            }
-         }
-         return true;
-      },
-      Milliseconds(2000)))
+   EXPECT_TRUE(Eventually([&client] { return !HasProcessFor(client); }, Milliseconds(2000)))
       << "a server outlives its client";
 }
 
@@ -174,9 +187,8 @@ TEST_F(RootClientTest, FailedLoadIsShownWithItsFirstLineAndEndsWithStatus1)
 {
    TestProcess client = Start({{"TAVRIN_DOUBLE_DB", dir.Write("database", "exists=false\n")}});
    std::string const texts = Desktop({"texts", "tavrin-netcfg"});
-   EXPECT_NE(std::string::npos,
-             texts.find("Fail\nNetwork configuration is missing. Ensure that "
-                        "/etc/tavrin/networking exists."))
+   EXPECT_NE(std::string::npos, texts.find("Fail\nNetwork configuration is missing. Ensure that "
+                                           "/etc/tavrin/networking exists."))
       << texts;
    Desktop({"press", "tavrin-netcfg", "Close"});
    EXPECT_TRUE(ExitedWith(client.Wait(), 1));
@@ -188,19 +200,8 @@ TEST_F(RootClientTest, ServerKilledBeforeItAnswersGivesStatus1WithinASecond)
 {
    TestProcess client = Start({{"TAVRIN_DOUBLE_STOP_AT", "VNL_Load"}});
    ASSERT_TRUE(Eventually([this] { return GetCalls().find("VNL_Load(0)") != std::string::npos; }));
-   int server = 0;
-   for (auto const& entry : std::filesystem::directory_iterator("/proc")) {
-      std::string const stat = ReadFile(entry.path() / "stat");
-      std::size_t const end = stat.rfind(')');
-      if (end != std::string::npos &&
-          stat.compare(end + 4, std::to_string(client.GetPid()).size() + 1,
-                       std::to_string(client.GetPid()) + " ") == 0 &&
-          ReadFile(entry.path() / "cmdline").find("tavrin-netcfg") != std::string::npos) {
-         server = std::stoi(entry.path().filename());
-      }
-   }
-   ASSERT_GT(server, 0);
-   kill(server, SIGKILL);
+   ASSERT_TRUE(HasProcessFor(client));
+   EndProcessesFor(client);
    EXPECT_TRUE(ExitedWith(client.Wait(Milliseconds(1000)), 1)) << client.GetOutput();
 }
 
@@ -245,10 +246,7 @@ protected:
    }
 
    // PATH without the tools of this machine.
-   TestProcess::Environment OnlyOurTools() const
-   {
-      return {{"PATH", dir.GetPath() / "tools"}};
-   }
+   TestProcess::Environment OnlyOurTools() const { return {{"PATH", dir.GetPath() / "tools"}}; }
 
    void ExpectVector(std::string const& tool, std::string const& program, int client) const
    {
@@ -316,7 +314,8 @@ TEST_F(UserClientTest, ProcessIsNamedPkexecForTheForkAloneAndHasItsNameBackAfter
       Start(With(OnlyOurTools(), {{"LD_PRELOAD", TEST_BUILD_DIR "/tests/lib/libsystemDouble.so"},
                                   {"SYSTEM_DOUBLE_LOG", dir.GetPath() / "system"}}));
    ASSERT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
-   EXPECT_EQ(0u, ReadFile(dir.GetPath() / "system").find("name pkexec\nfork \nname tavrin-netcfg\n"));
+   EXPECT_EQ(0u,
+             ReadFile(dir.GetPath() / "system").find("name pkexec\nfork \nname tavrin-netcfg\n"));
 }
 
 TEST_F(UserClientTest, ProcessNameIsLeftAloneWithGnomesu)
@@ -363,32 +362,22 @@ class SecondLaunchTest : public UserClientTest {};
 
 TEST_F(SecondLaunchTest, EndsQuietlyAndTakesItsOwnPromptAway)
 {
-   // A prompt that nobody answers.
-   MakeTool("pkexec", "#!/bin/sh\necho $$ >>\"$HOME/prompts\"\nexec sleep 600\n");
+   // A prompt that nobody answers, and that keeps its command line.
+   MakeTool("pkexec", "#!/bin/sh\nwhile :; do sleep 1; done\n");
    TestProcess::Environment const environment{
       {"PATH", std::string(dir.GetPath() / "tools") + ":/usr/bin:/bin"}};
-   auto const countPrompts = [this] {
-      std::string const text = ReadFile(dir.GetPath() / "prompts");
-      return std::count(text.begin(), text.end(), '\n');
-   };
 
    TestProcess first = Start(environment);
-   ASSERT_TRUE(Eventually([&] { return countPrompts() == 1 && !GetLogs().empty(); }));
+   ASSERT_TRUE(Eventually([&] { return HasProcessFor(first) && !GetLogs().empty(); }));
    TestProcess second = Start(environment);
    EXPECT_TRUE(ExitedWith(second.Wait(), 0)) << second.GetOutput();
    EXPECT_EQ("", second.GetOutput());
 
-   ASSERT_TRUE(Eventually([&] { return countPrompts() == 2; }));
-   std::istringstream pids(ReadFile(dir.GetPath() / "prompts"));
-   int firstPrompt = 0;
-   int secondPrompt = 0;
-   pids >> firstPrompt >> secondPrompt;
-   EXPECT_TRUE(Eventually([&] { return kill(secondPrompt, 0) != 0; })) << "its prompt is left";
-   EXPECT_EQ(0, kill(firstPrompt, 0)) << "the first launch's prompt was taken away";
+   EXPECT_TRUE(Eventually([&] { return !HasProcessFor(second); })) << "its prompt is left";
+   EXPECT_TRUE(HasProcessFor(first)) << "the first launch's prompt was taken away";
    EXPECT_FALSE(first.Wait(Milliseconds(0)));
-
-   first.Signal(SIGKILL);
-   kill(firstPrompt, SIGKILL);
+   EndProcessesFor(first);
+   EXPECT_TRUE(ExitedWith(first.Wait(), 1));
 }
 
 TEST_F(SecondLaunchTest, WithoutASessionBusEveryLaunchRuns)

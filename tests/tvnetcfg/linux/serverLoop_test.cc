@@ -78,8 +78,7 @@ protected:
       Pipe request;
       Pipe reply;
       std::vector<std::string> texts{"tavrin-netcfg", std::to_string(request.GetReadEnd()),
-                                     std::to_string(reply.GetWriteEnd()),
-                                     std::to_string(getpid())};
+                                     std::to_string(reply.GetWriteEnd()), std::to_string(getpid())};
       std::vector<char*> argv;
       for (std::string& text : texts) {
          argv.push_back(text.data());

@@ -32,7 +32,9 @@ constexpr Milliseconds aSecond{1000};
 class ServerProcessTest : public testing::Test {
 protected:
    // A save writes netmap.conf. The client's process must be in the server's user namespace, so the
-   // test itself moves.
+   // test itself moves, and before it has any child.
+   ServerProcessTest() { test::HavePrivateEtc(); }
+
    void SetUp() override
    {
       if (!test::HavePrivateEtc()) {
@@ -63,10 +65,7 @@ protected:
       ASSERT_TRUE(test::WriteMessage(request.GetWriteEnd(), text));
    }
 
-   std::string Receive()
-   {
-      return test::ReadMessage(reply.GetReadEnd()).value_or("(no message)");
-   }
+   std::string Receive() { return test::ReadMessage(reply.GetReadEnd()).value_or("(no message)"); }
 
    std::string Load()
    {
@@ -185,8 +184,8 @@ TEST_P(BadArgumentsTest, EndWithStatus1)
 using Words = std::vector<std::string>;
 INSTANTIATE_TEST_SUITE_P(, BadArgumentsTest,
                          testing::Values(Words{"READ"}, Words{"READ", "WRITE"},
-                                         Words{"READ", "WRITE", ""},
-                                         Words{"READ", "WRITE", "0"}, Words{"READ", "WRITE", "-1"},
+                                         Words{"READ", "WRITE", ""}, Words{"READ", "WRITE", "0"},
+                                         Words{"READ", "WRITE", "-1"},
                                          Words{"READ", "WRITE", "999999999999999999999"},
                                          Words{"READ", "100000", "PID"},
                                          Words{"-1", "WRITE", "PID"}, Words{"", "", ""},
