@@ -13,8 +13,8 @@
 // A line is the function and its arguments: VNL_SetVnetSubnetMask("tvnet8", "255.255.255.0").
 // Ids of parameters and services are in hexadecimal, null is null, a network record is shown as its
 // three words, {1, 1, 8}, a feature record as its first word and the network, {1, {1, 1, 8}}, an
-// adapter as its name and network, ["eth0", {1, 1, 8}], a list of them as list. Output arguments aren't shown, but of a
-// length and a cursor the value on entry.
+// adapter as its name and network, ["eth0", {1, 1, 8}], a list of them as list. Output arguments
+// aren't shown, but of a length and a cursor the value on entry.
 #pragma once
 
 #include "support/vnet/vnetDatabase.hh"

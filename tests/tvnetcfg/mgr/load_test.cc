@@ -286,6 +286,15 @@ TEST_F(LoadTest, AutomaticNetworkWithoutAdaptersIsInTheModel)
    EXPECT_EQ(3, GetOwner("eth0"));
 }
 
+TEST_F(LoadTest, AutomaticNetworkAdoptsNoAdapterOfTheModels)
+{
+   editable->AddHostAdapter("old", "");
+   Load("automatic=0\n");
+
+   EXPECT_TRUE(editable->GetNetwork(0)->GetBridge()->IsAuto());
+   EXPECT_EQ(-1, GetOwner("old"));
+}
+
 TEST_F(LoadTest, AutomaticIndexOfAHostedNetworkLeavesItHosted)
 {
    Load("automatic=0\nnetwork=0 10.0.0.0 255.0.0.0\nadapter=eth0 0\nadapter=eth1 0\n");
