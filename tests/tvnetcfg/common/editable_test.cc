@@ -365,4 +365,19 @@ TEST(EditableEndTest, NetworksGoInIndexOrder)
    EXPECT_EQ((std::vector<std::string>{"c", "b", "a"}), freed);
 }
 
+TEST(EditableEndTest, ANetworkThatIsGoneIsNotFoundAnyMore)
+{
+   auto editable = std::make_unique<Editable>(20);
+   editable->AddHostAdapter("eth0", "");
+   editable->AddNetwork(Network::NAT, 1, true, OnDone());
+   editable->AddNetwork(Network::Bridged, 2, true, OnDone());
+   std::vector<Network*> found;
+   editable->adaptersChanged.connect(
+      [&found, model = editable.get()] { found.push_back(model->GetNetwork(1)); });
+
+   editable.reset();
+
+   EXPECT_EQ(std::vector<Network*>{nullptr}, found);
+}
+
 } // namespace netcfg::common

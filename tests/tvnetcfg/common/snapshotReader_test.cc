@@ -1,76 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "tvnetcfg/common/bridge.hh"
 #include "tvnetcfg/common/dhcp.hh"
-#include "tvnetcfg/common/editable.hh"
 #include "tvnetcfg/common/golden.hh"
 #include "tvnetcfg/common/nat.hh"
+#include "tvnetcfg/common/snapshotText.hh"
 
 #include <boost/property_tree/exceptions.hpp>
-#include <boost/property_tree/ptree.hpp>
 #include <csignal>
 #include <gtest/gtest.h>
-#include <memory>
 
 namespace netcfg::common {
-
-namespace {
-
-using boost::property_tree::ptree_bad_data;
-using boost::property_tree::ptree_bad_path;
-
-std::unique_ptr<Editable> Read(std::string const& text)
-{
-   return std::unique_ptr<Editable>(Editable::Restore(text.c_str()));
-}
-
-std::unique_ptr<Editable> RoundTrip(Editable const& editable)
-{
-   return std::unique_ptr<Editable>(Editable::Restore(Editable::Serialize(&editable)));
-}
-
-// A snapshot of these networks and adapters eth0 to eth2.
-std::string Snapshot(std::string const& networks, std::string const& autoIndex = "-1")
-{
-   return R"({"MaxNetworks":"20","Networks":)" + networks + R"(,"AutoBridgeNetworkIndex":")" +
-          autoIndex +
-          R"(","HostAdapterDisplayName":[{"Adapter":"eth0","DisplayName":"a"},)"
-          R"({"Adapter":"eth1","DisplayName":"b"},{"Adapter":"eth2","DisplayName":"c"}]})";
-}
-
-std::string HostOnly(std::string const& index)
-{
-   return R"({"Index":")" + index +
-          R"(","HasDHCP":"false","HasVirtualAdapter":"false","DisplayName":"","SubnetAddress":"",)"
-          R"("SubnetMask":"","Type":"2","MTU":"-"})";
-}
-
-std::string Bridged(std::string const& index, std::string const& bridge)
-{
-   return R"({"Index":")" + index +
-          R"(","HasDHCP":"false","HasVirtualAdapter":"false","DisplayName":"","SubnetAddress":"",)"
-          R"("SubnetMask":"","Type":"0","MTU":"1500","Bridge":)" +
-          bridge + "}";
-}
-
-std::string Fixed(std::string const& index, std::string const& adapters)
-{
-   return Bridged(index, R"({"Auto":"false","Adapters":)" + adapters + "}");
-}
-
-std::string Automatic(std::string const& index)
-{
-   return Bridged(index, R"({"Auto":"true","Adapters":""})");
-}
-
-unsigned int OwnerOf(Editable& editable, char const* adapter)
-{
-   Network* const network = editable.GetNetworkForAdapter(adapter);
-   return network ? network->GetIndex() : 999;
-}
-
-class MalformedSnapshotTest : public testing::TestWithParam<char const*> {};
-
-} // namespace
 
 TEST(SnapshotReaderTest, AnEmptyModelComesBackEmpty)
 {
@@ -153,140 +92,6 @@ TEST(SnapshotReaderTest, ABridgedNetworkLosesItsMTU)
    EXPECT_EQ("1500", editable->GetNetwork(Network::HostOnly)->GetMTU());
 }
 
-TEST(SnapshotReaderTest, AFixedBridgeComesBackWithItsAdapter)
-{
-   std::unique_ptr<Editable> const editable =
-      Read(Snapshot(R"({"2":)" + Fixed("2", R"(["eth1"])") + "}"));
-
-   EXPECT_FALSE(editable->GetNetwork(2)->GetBridge()->IsAuto());
-   EXPECT_EQ("eth1", editable->GetNetwork(2)->GetBridge()->GetAdapter());
-   EXPECT_EQ(2u, OwnerOf(*editable, "eth1"));
-   EXPECT_EQ(999u, OwnerOf(*editable, "eth0"));
-}
-
-TEST(SnapshotReaderTest, AFixedBridgeKeepsTheFirstOfSeveralAdapters)
-{
-   std::unique_ptr<Editable> const editable =
-      Read(Snapshot(R"({"2":)" + Fixed("2", R"(["eth2","eth0"])") + "}"));
-
-   EXPECT_EQ(2u, OwnerOf(*editable, "eth2"));
-   EXPECT_EQ(999u, OwnerOf(*editable, "eth0"));
-}
-
-TEST(SnapshotReaderTest, AFixedBridgeWithoutAdaptersStaysEmpty)
-{
-   for (char const* none : {R"("")", "[]", "{}", R"("eth0")"}) {
-      std::unique_ptr<Editable> const editable =
-         Read(Snapshot(R"({"2":)" + Fixed("2", none) + "}"));
-
-      EXPECT_EQ("", editable->GetNetwork(2)->GetBridge()->GetAdapter()) << none;
-      EXPECT_EQ("eth0", editable->GetUnusedHostAdapter()) << none;
-   }
-}
-
-TEST(SnapshotReaderTest, AFixedBridgeOnAnUnknownAdapterStaysEmpty)
-{
-   std::unique_ptr<Editable> const editable =
-      Read(Snapshot(R"({"2":)" + Fixed("2", R"(["eth7"])") + "}"));
-
-   EXPECT_EQ("", editable->GetNetwork(2)->GetBridge()->GetAdapter());
-   EXPECT_EQ(3u, editable->GetHostAdapters().size());
-}
-
-TEST(SnapshotReaderTest, AnAutomaticTvnet0ComesBackWithAllAdapters)
-{
-   std::unique_ptr<Editable> const editable =
-      Read(Snapshot(R"({"0":)" + Automatic("0") + "}", "0"));
-
-   EXPECT_TRUE(editable->GetNetwork(0)->GetBridge()->IsAuto());
-   EXPECT_EQ(editable->GetNetwork(0), editable->GetAutoBridgeNetwork());
-   EXPECT_EQ("", editable->GetUnusedHostAdapter());
-}
-
-TEST(SnapshotReaderTest, AnAutomaticTvnet0TakesBackWhatTheUserTookOut)
-{
-   Editable written(20);
-   written.AddHostAdapter("eth0", "");
-   written.AddHostAdapter("eth1", "");
-   written.AddNetwork(Network::Bridged, 0, true, OnDone())->GetBridge()->RemoveAutoAdapter("eth1");
-
-   EXPECT_EQ(0u, OwnerOf(*RoundTrip(written), "eth1"));
-}
-
-TEST(SnapshotReaderTest, AnAutomaticTvnet0TakesTheAdapterOfALaterNetwork)
-{
-   Editable written(20);
-   written.AddHostAdapter("eth0", "");
-   written.AddHostAdapter("eth1", "");
-   written.AddNetwork(Network::Bridged, 3, true, OnDone());
-   written.AddNetwork(Network::Bridged, 0, true, OnDone());
-
-   std::unique_ptr<Editable> const editable = RoundTrip(written);
-
-   EXPECT_EQ(0u, OwnerOf(*editable, "eth0"));
-   EXPECT_EQ("", editable->GetNetwork(3)->GetBridge()->GetAdapter());
-   EXPECT_NO_THROW(RoundTrip(*editable));
-}
-
-TEST(SnapshotReaderTest, TheOrderOfTheTextDecidesWhoTakesAnAdapter)
-{
-   std::unique_ptr<Editable> const editable = Read(
-      Snapshot(R"({"3":)" + Fixed("3", R"(["eth1"])") + R"(,"0":)" + Automatic("0") + "}", "0"));
-
-   EXPECT_EQ(3u, OwnerOf(*editable, "eth1"));
-   EXPECT_EQ(0u, OwnerOf(*editable, "eth0"));
-   EXPECT_EQ(0u, OwnerOf(*editable, "eth2"));
-}
-
-TEST(SnapshotReaderTest, OnlyTvnet0BecomesAutomatic)
-{
-   std::unique_ptr<Editable> const editable = Read(Snapshot(R"({"2":)" + Automatic("2") + "}"));
-
-   EXPECT_FALSE(editable->GetNetwork(2)->GetBridge()->IsAuto());
-   EXPECT_EQ(nullptr, editable->GetAutoBridgeNetwork());
-   EXPECT_EQ("eth0", editable->GetUnusedHostAdapter());
-}
-
-TEST(SnapshotReaderTest, AnAutomaticBridgeNeedsNoListOfAdapters)
-{
-   std::unique_ptr<Editable> const editable =
-      Read(Snapshot(R"({"0":)" + Bridged("0", R"({"Auto":"true"})") + "}", "0"));
-
-   EXPECT_TRUE(editable->GetNetwork(0)->GetBridge()->IsAuto());
-}
-
-TEST(SnapshotReaderTest, TheAutomaticIndexGivesItsNetworkEveryFreeAdapter)
-{
-   std::unique_ptr<Editable> const editable = Read(Snapshot(
-      R"({"2":)" + Fixed("2", R"(["eth1"])") + R"(,"4":)" + Fixed("4", R"(["eth2"])") + "}", "2"));
-
-   EXPECT_EQ(2u, OwnerOf(*editable, "eth0"));
-   EXPECT_EQ(2u, OwnerOf(*editable, "eth1"));
-   EXPECT_EQ(4u, OwnerOf(*editable, "eth2"));
-   EXPECT_EQ(nullptr, editable->GetAutoBridgeNetwork());
-}
-
-TEST(SnapshotReaderTest, AnAutomaticIndexOfAnEmptySlotIsPassedOver)
-{
-   EXPECT_NE(nullptr, Read(Snapshot(R"({"0":"0"})", "0")));
-}
-
-TEST(SnapshotReaderTest, AnyNegativeAutomaticIndexMeansNone)
-{
-   EXPECT_NE(nullptr, Read(Snapshot(R"("")", "-5")));
-}
-
-TEST(SnapshotReaderTest, AnAutomaticIndexThatIsNotThereThrows)
-{
-   EXPECT_THROW(Read(Snapshot(R"({"1":"0"})", "0")), std::out_of_range);
-   EXPECT_THROW(Read(Snapshot(R"("")", "0")), std::out_of_range);
-}
-
-TEST(SnapshotReaderTest, AnAutomaticIndexOfANetworkThatIsNotBridgedThrows)
-{
-   EXPECT_THROW(Read(Snapshot(R"({"0":)" + HostOnly("0") + "}", "0")), ptree_bad_data);
-}
-
 TEST(SnapshotReaderTest, TheIndexDecidesAndNotTheKey)
 {
    std::unique_ptr<Editable> const editable = Read(Snapshot(R"({"3":)" + HostOnly("5") + "}"));
@@ -327,7 +132,7 @@ TEST(SnapshotReaderTest, OtherNegativeIndexesAreReadAsUnsigned)
 TEST(SnapshotReaderTest, AnIndexThatStandsTwiceThrows)
 {
    EXPECT_THROW(Read(Snapshot(R"({"1":)" + HostOnly("1") + R"(,"2":)" + HostOnly("1") + "}")),
-                ptree_bad_data);
+                boost::property_tree::ptree_bad_data);
 }
 
 TEST(SnapshotReaderTest, ASlotThatIsFilledAndEmptiedFreesItsAdapters)
@@ -438,67 +243,6 @@ TEST(SnapshotReaderTest, AnEmptyListOfDNSServersComesBackEmpty)
    written.AddNetwork(Network::NAT, 2, false, OnDone())->GetNAT()->SetDNSList({});
 
    EXPECT_TRUE(RoundTrip(written)->GetNetwork(2)->GetNAT()->GetDNSList().empty());
-}
-
-TEST(SnapshotReaderTest, ATextWithANulIsNoJSON)
-{
-   std::string const text = Golden("empty") + std::string(1, '\0');
-
-   EXPECT_EQ(nullptr, Editable::Restore(utf::string(text.data(), text.size())));
-}
-
-TEST_P(MalformedSnapshotTest, GivesNoModel)
-{
-   EXPECT_EQ(nullptr, Read(GetParam()));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-   Texts, MalformedSnapshotTest,
-   testing::Values("", " ", "\n", "x", "{", "}", "[", "]", "{]", "[}", "{}}", "{} {}", "{},",
-                   "[1,]", "{,}", R"({"a"})", R"({"a":})", R"({"a":1,})", R"({a:1})",
-                   R"({"a":1 "b":2})", R"({"a":"b)", R"({"a":"b\)", R"({"a":"\q"})",
-                   R"({"a":"\u12"})", R"({"a":"\uD834"})", R"({"a":"\uD834x"})",
-                   R"({"a":"\uD834\u0041"})", R"({"a":"\uDD1E"})", "{\"a\":\"b\nc\"}",
-                   "{\"a\":\"\x01\"}", R"({"a":'b'})", R"({"a":tru})", R"({"a":01})", R"({"a":+1})",
-                   R"({"a":1.})", R"({"a":.5})", R"({"a":NaN})",
-                   R"({"MaxNetworks":"20","Networks":")", "Fail", "Fail\nmessage", "Success",
-                   "// {}\n{}", "{\xFF}", "{}\xFF"));
-
-TEST(SnapshotDepthTest, SixtyFourLevelsAreReadAndSixtyFiveAreNot)
-{
-   auto text = [](unsigned int levels) {
-      std::string empty = Golden("empty");
-      // The root is a level itself.
-      std::string const extra = std::string(levels - 1, '[') + std::string(levels - 1, ']');
-      return empty.replace(0, 1, R"({"Extra":)" + extra + ",");
-   };
-
-   EXPECT_NE(nullptr, Read(text(64)));
-   EXPECT_EQ(nullptr, Read(text(65)));
-}
-
-TEST(SnapshotDepthTest, AMillionBracketsAreRefused)
-{
-   std::string const open(1000000, '[');
-   std::string objects;
-   for (int i = 0; i < 1000000; ++i) {
-      objects += R"({"a":)";
-   }
-   EXPECT_EQ(nullptr, Read(open));
-   EXPECT_EQ(nullptr, Read(open + std::string(1000000, ']')));
-   EXPECT_EQ(nullptr, Read(std::string(1000000, '{')));
-   EXPECT_EQ(nullptr, Read(objects));
-   EXPECT_EQ(nullptr, Read(Golden("empty") + open));
-}
-
-TEST(SnapshotDepthTest, BracketsInATextDoNotCount)
-{
-   Editable written(20);
-   utf::string const brackets = std::string(1000, '[').c_str();
-   utf::string const quoted = utf::string("\"\\") + brackets;
-   written.AddNetwork(Network::NAT, 2, false, OnDone())->SetDisplayName(quoted);
-
-   EXPECT_EQ(quoted, RoundTrip(written)->GetNetwork(2)->GetDisplayName());
 }
 
 TEST(SnapshotReaderDeathTest, ATypeThatIsNoneEndsTheProcess)

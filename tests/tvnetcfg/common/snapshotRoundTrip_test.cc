@@ -4,6 +4,7 @@
 #include "tvnetcfg/common/nat.hh"
 #include "tvnetcfg/common/plainModel.hh"
 #include "tvnetcfg/common/randomModel.hh"
+#include "tvnetcfg/common/snapshotText.hh"
 
 #include <boost/property_tree/exceptions.hpp>
 #include <gtest/gtest.h>
@@ -16,11 +17,6 @@ namespace {
 constexpr unsigned int MODELS = 4000;
 constexpr unsigned int FEWER_MODELS = 1000;
 constexpr unsigned int FIRST_SEED = 20240501;
-
-std::unique_ptr<Editable> Trip(Editable const& editable)
-{
-   return std::unique_ptr<Editable>(Editable::Restore(Editable::Serialize(&editable)));
-}
 
 class RandomRoundTripTest : public testing::Test {
 protected:
@@ -45,11 +41,11 @@ TEST_F(RandomRoundTripTest, TheReaderYieldsWhatIsPredictedFieldByField)
    ForEachModel(MODELS, [&](Editable& editable, PlainModel const& written) {
       auto const expected = Predict(written);
       if (std::holds_alternative<BadNumber>(expected)) {
-         EXPECT_THROW(Trip(editable), boost::property_tree::ptree_bad_data) << written;
+         EXPECT_THROW(RoundTrip(editable), boost::property_tree::ptree_bad_data) << written;
          ++refused;
          return;
       }
-      std::unique_ptr<Editable> const restored = Trip(editable);
+      std::unique_ptr<Editable> const restored = RoundTrip(editable);
       ASSERT_NE(nullptr, restored);
       EXPECT_EQ(std::get<PlainModel>(expected), Describe(*restored)) << written;
       ++read;
@@ -85,8 +81,8 @@ TEST_F(RandomRoundTripTest, ASecondTripChangesNothingMore)
       if (std::holds_alternative<BadNumber>(Predict(written))) {
          return;
       }
-      std::unique_ptr<Editable> const once = Trip(editable);
-      std::unique_ptr<Editable> const twice = Trip(*once);
+      std::unique_ptr<Editable> const once = RoundTrip(editable);
+      std::unique_ptr<Editable> const twice = RoundTrip(*once);
 
       EXPECT_EQ(Describe(*once), Describe(*twice)) << written;
       EXPECT_EQ(Editable::Serialize(once.get()), Editable::Serialize(twice.get())) << written;
@@ -102,7 +98,7 @@ TEST_F(RandomRoundTripTest, TheTextStaysTheSameIfTheTripLosesNothing)
           std::get<PlainModel>(expected) != written) {
          return;
       }
-      EXPECT_EQ(Editable::Serialize(&editable), Editable::Serialize(Trip(editable).get()));
+      EXPECT_EQ(Editable::Serialize(&editable), Editable::Serialize(RoundTrip(editable).get()));
       ++same;
    });
    EXPECT_GT(same, FEWER_MODELS / 100);

@@ -2,13 +2,12 @@
 // Every text of the model comes back from a snapshot as it was.
 #include "tvnetcfg/common/bridge.hh"
 #include "tvnetcfg/common/dhcp.hh"
-#include "tvnetcfg/common/editable.hh"
 #include "tvnetcfg/common/nat.hh"
+#include "tvnetcfg/common/snapshotText.hh"
 #include "tvnetcfg/common/texts.hh"
 
 #include <functional>
 #include <gtest/gtest.h>
-#include <memory>
 
 namespace netcfg::common {
 
@@ -59,11 +58,6 @@ TextField const fields[] = {
     },
     [](Network& n) { return Forward(n).description; }},
 };
-
-std::unique_ptr<Editable> RoundTrip(Editable const& editable)
-{
-   return std::unique_ptr<Editable>(Editable::Restore(Editable::Serialize(&editable)));
-}
 
 class SnapshotTextTest : public testing::TestWithParam<TextField> {};
 
