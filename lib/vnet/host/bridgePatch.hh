@@ -3,8 +3,9 @@
 #pragma once
 
 #include "vnet/host/links.hh"
+#include "vnet/host/patchPairs.hh"
 
-#include <optional>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,7 @@ namespace vnet::host {
 
 class RouteSocket;
 class Ruleset;
+struct PatchDevices;
 
 // An adapter that is joined to a bridge, wholly or in part.
 struct Patch {
@@ -42,25 +44,38 @@ public:
 
    // Joins the two, taking the adapter from another bridge first. Attaching what is attached puts
    // right what changed (the adapter's MAC or MTU, missing rules) and disturbs nothing else: call
-   // it again when the adapter or the ruleset changed. The bridge gets the adapter's MTU. Ends by
-   // announcing the bridge's guests to the adapter's network. Throws Error.
+   // it again when the adapter or the ruleset changed. The bridge gets the adapter's MTU. A new
+   // patch, or one whose rules were gone, announces the bridge's guests. Throws Error, and then
+   // leaves nothing new behind.
    void Attach(std::string const& adapter, std::string const& bridge);
    // Restores the adapter exactly, also if it is gone or the patch is only there in part. Carries
    // on after a failure and returns what went wrong.
    std::vector<std::string> Detach(std::string const& adapter);
-   // Patches with any part left, whatever process made them. Throws Error.
+   // Patches with any part left, whatever process made them; the bridge is empty where only the
+   // rules are left. Throws Error.
    std::vector<Patch> List();
 
-   // Sends a frame from every guest that the bridge has learned, so that switches beyond the
-   // adapter send their frames here: needed after a carrier came back. Throws Error.
+   // Sends a frame from every guest that the bridge knows, so that switches beyond the adapter send
+   // their frames here: needed after a carrier came back. Throws Error.
    void Announce(std::string const& adapter);
 
 private:
-   struct Ends;
-
    RouteSocket& socket;
    Ruleset& ruleset;
    Links links;
+   PatchPairs pairs;
+
+   Link RequireAdapter(std::string const& name);
+   Link RequireBridge(std::string const& name, Link const& adapter);
+   void LeaveOther(std::string const& adapter, std::string const& bridge);
+   void JoinAnew(Link const& adapter, Link const& bridge, bool promiscuous);
+   void Join(Link const& adapter, Link const& bridge, PatchPair const& pair, bool promiscuous);
+   void SetMtus(std::uint32_t mtu, std::vector<Link> const& devices);
+   void PinHost(Link const& adapter, Link const& bridge, Link const& port);
+   void SetRules(PatchDevices const& devices);
+   bool IsPromiscuityOurs(std::string const& adapter);
+   void RestorePromiscuity(std::string const& adapter);
+   void DeleteNameless();
 };
 
 } // namespace vnet::host

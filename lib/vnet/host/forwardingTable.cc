@@ -3,7 +3,9 @@
 
 #include "vnet/host/links.hh"
 #include "vnet/host/netlink.hh"
+#include "vnet/values/error.hh"
 
+#include <cerrno>
 #include <cstring>
 #include <linux/if_link.h>
 #include <linux/neighbour.h>
@@ -29,8 +31,23 @@ std::optional<ForwardingEntry> Decode(nlmsghdr const* message)
    }
    std::memcpy(entry.mac.bytes.data(), GetData(address), entry.mac.bytes.size());
    entry.port = header->ndm_ifindex;
-   entry.learned = !(header->ndm_state & (NUD_PERMANENT | NUD_NOARP));
+   entry.kind = header->ndm_state & NUD_PERMANENT ? ForwardingEntry::Kind::Own
+                : header->ndm_state & NUD_NOARP   ? ForwardingEntry::Kind::Pinned
+                                                  : ForwardingEntry::Kind::Learned;
    return entry;
+}
+
+Request MakeRequest(int type, int flags, Link const& port, MacAddress mac, unsigned char entryFlags)
+{
+   Request request(type, flags);
+   ndmsg header{};
+   header.ndm_family = AF_BRIDGE;
+   header.ndm_ifindex = port.index;
+   header.ndm_state = NUD_NOARP; // doesn't age
+   header.ndm_flags = NTF_MASTER | entryFlags;
+   request.Append(header);
+   request.Put(NDA_LLADDR, mac.bytes.data(), mac.bytes.size());
+   return request;
 }
 
 } // namespace
@@ -58,16 +75,17 @@ void ForwardingTable::FlushLearned(Link const& port)
 
 void ForwardingTable::Pin(Link const& port, MacAddress mac)
 {
-   Request request(RTM_NEWNEIGH, NLM_F_CREATE | NLM_F_REPLACE);
-   ndmsg header{};
-   header.ndm_family = AF_BRIDGE;
-   header.ndm_ifindex = port.index;
-   header.ndm_state = NUD_NOARP; // doesn't age
    // Sticky: it doesn't move to the port of a frame that claims it.
-   header.ndm_flags = NTF_MASTER | NTF_STICKY;
-   request.Append(header);
-   request.Put(NDA_LLADDR, mac.bytes.data(), mac.bytes.size());
+   auto request = MakeRequest(RTM_NEWNEIGH, NLM_F_CREATE | NLM_F_REPLACE, port, mac, NTF_STICKY);
    socket.Run(request, "pin " + mac.ToString() + " behind", port.name);
+}
+
+void ForwardingTable::Unpin(Link const& port, MacAddress mac)
+{
+   auto request = MakeRequest(RTM_DELNEIGH, 0, port, mac, 0);
+   if (int const error = socket.Try(request); error && error != ENOENT) {
+      throw Error("unpin " + mac.ToString() + " behind", port.name, socket.GetCause());
+   }
 }
 
 } // namespace vnet::host

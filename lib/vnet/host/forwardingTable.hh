@@ -12,9 +12,15 @@ class RouteSocket;
 struct Link;
 
 struct ForwardingEntry {
+   enum class Kind {
+      Learned,
+      Pinned, // set by hand
+      Own     // of the bridge or of the port itself
+   };
+
    MacAddress mac;
-   int port = 0;         // index of the device behind which it is
-   bool learned = false; // else set by hand, or a device's own address
+   int port = 0; // index of the device behind which it is
+   Kind kind = Kind::Learned;
 
    bool operator==(ForwardingEntry const&) const = default;
 };
@@ -29,6 +35,8 @@ public:
    void FlushLearned(Link const& port);
    // This address is behind this port, whatever frames claim elsewhere.
    void Pin(Link const& port, MacAddress mac);
+   // One that isn't there is no failure.
+   void Unpin(Link const& port, MacAddress mac);
 
 private:
    RouteSocket& socket;

@@ -3,6 +3,7 @@
 
 #include "vnet/values/error.hh"
 
+#include <algorithm>
 #include <cstdlib>
 #include <dirent.h>
 #include <fcntl.h>
@@ -10,6 +11,7 @@
 #include <memory>
 #include <new>
 #include <nftables/libnftables.h>
+#include <sstream>
 #include <string_view>
 #include <sys/socket.h>
 
@@ -105,13 +107,27 @@ void Ruleset::Check(std::string const& text, std::string const& object)
    }
 }
 
-bool Ruleset::HasTable(std::string const& family, std::string const& table)
+std::vector<std::string> Ruleset::ListTables(std::string const& family)
 {
    std::string output;
    if (!Try("list tables " + family, output)) {
       throw Error("list", "tables", output);
    }
-   return output.find("table " + family + " " + table + "\n") != std::string::npos;
+   auto const prefix = "table " + family + " ";
+   std::vector<std::string> tables;
+   std::istringstream lines(output);
+   for (std::string line; std::getline(lines, line);) {
+      if (line.starts_with(prefix)) {
+         tables.push_back(line.substr(prefix.size()));
+      }
+   }
+   return tables;
+}
+
+bool Ruleset::HasTable(std::string const& family, std::string const& table)
+{
+   auto const tables = ListTables(family);
+   return std::find(tables.begin(), tables.end(), table) != tables.end();
 }
 
 std::string Ruleset::ListWith(unsigned int flags, std::string const& family,

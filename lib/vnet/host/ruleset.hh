@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 struct nft_ctx;
 
@@ -22,7 +23,8 @@ public:
    // Run without the effect: the text is parsed and checked against what is there. Throws Error.
    void Check(std::string const& text, std::string const& object);
 
-   // `family` is nftables' word: "inet", "netdev", "bridge", ...
+   // The names of a family's tables. `family` is nftables' word: "inet", "netdev", "bridge", ...
+   std::vector<std::string> ListTables(std::string const& family);
    bool HasTable(std::string const& family, std::string const& table);
    // The table in nftables' own language, stateful parts without their counts; empty if it isn't
    // there. Throws Error.

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <netinet/in.h>
 #include <poll.h>
+#include <stdexcept>
 
 namespace netlab {
 
@@ -46,18 +47,22 @@ private:
    msghdr message{};
 };
 
-base::FileDescriptor OpenEcho(Namespace const& place, std::uint16_t port)
+base::FileDescriptor OpenEcho(Namespace const& place, std::uint16_t port, std::string const& device)
 {
    auto socket = OpenBound(place, SOCK_DGRAM, port);
    int const on = 1;
    setsockopt(socket.Get(), IPPROTO_IPV6, IPV6_RECVPKTINFO, &on, sizeof on);
+   if (!device.empty() && setsockopt(socket.Get(), SOL_SOCKET, SO_BINDTODEVICE, device.data(),
+                                     static_cast<socklen_t>(device.size())) < 0) {
+      throw std::runtime_error("bind to " + device);
+   }
    return socket;
 }
 
 } // namespace
 
-UdpEcho::UdpEcho(Namespace const& place, std::uint16_t port)
-   : socket(OpenEcho(place, port)), worker(socket.Get(), [this] { Answer(); })
+UdpEcho::UdpEcho(Namespace const& place, std::uint16_t port, std::string const& device)
+   : socket(OpenEcho(place, port, device)), worker(socket.Get(), [this] { Answer(); })
 {}
 
 void UdpEcho::Answer()

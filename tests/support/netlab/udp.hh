@@ -19,7 +19,8 @@ namespace netlab {
 // Answers every datagram with itself, from the address at which it came.
 class UdpEcho {
 public:
-   UdpEcho(Namespace const& place, std::uint16_t port);
+   // Hears only what arrives at the device, if one is named.
+   UdpEcho(Namespace const& place, std::uint16_t port, std::string const& device = "");
 
    // Who sent, each once, in order of their first datagram.
    std::vector<Endpoint> GetPeers() const;
