@@ -12,13 +12,14 @@ namespace lui::Utils {
 
 namespace {
 
-// A build tree keeps its catalogues beside its libraries.
+// A build tree keeps its catalogues beside its libraries. A folder of that name alone proves no
+// build tree: /usr/lib has one too.
 std::string FindCatalogues()
 {
    std::error_code error;
-   std::filesystem::path const lib(GetLibDir().c_str());
-   std::filesystem::path const built = lib.parent_path() / "locale";
-   return std::filesystem::is_directory(built, error) ? built.string() : INSTALLED_LOCALE_DIR;
+   std::filesystem::path const tree = std::filesystem::path(GetLibDir().c_str()).parent_path();
+   bool const isBuildTree = std::filesystem::exists(tree / "CMakeCache.txt", error);
+   return isBuildTree ? (tree / "locale").string() : INSTALLED_LOCALE_DIR;
 }
 
 } // namespace

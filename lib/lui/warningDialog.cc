@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "lui/warningDialog.hh"
 
+#include <atkmm/object.h>
 #include <gdkmm/display.h>
 #include <gdkmm/monitor.h>
 #include <gtkmm/image.h>
@@ -65,6 +66,8 @@ void RaiseWarningDialog(char const* title, char const* text)
    Gtk::MessageDialog dialog(text ? text : "", false, Gtk::MESSAGE_WARNING, Gtk::BUTTONS_CLOSE,
                              true);
    dialog.set_title(title ? title : "");
+   // GTK names a message dialog for its kind; a screen reader is to say whose it is.
+   dialog.get_accessible()->set_name(title ? title : "");
    dialog.set_icon_name(WARNING_ICON);
    Gtk::Image& image = *Gtk::manage(new Gtk::Image);
    image.set_from_icon_name(WARNING_ICON, Gtk::ICON_SIZE_DIALOG);
