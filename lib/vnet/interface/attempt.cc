@@ -18,9 +18,7 @@ std::string Describe(char const* object)
       return "nothing";
    }
    std::string const text(object, strnlen(object, maxObject));
-   return !text.empty() && IsPlainText(text, maxObject) && text.find(' ') == std::string::npos
-             ? text
-             : Quote(text);
+   return !text.empty() && IsPlainText(text, maxObject) ? text : Quote(text);
 }
 
 } // namespace
