@@ -36,8 +36,9 @@ protected:
 
 } // namespace
 
-TEST_F(LocalizationTest, CataloguesBesideTheLibrariesAreUsed)
+TEST_F(LocalizationTest, BuildTreesCataloguesAreUsed)
 {
+   dir.Write("CMakeCache.txt", "");
    ASSERT_TRUE(languages.Speak("de", "UTF-8"));
    ASSERT_TRUE(languages.AddCatalogue("de", "msgctxt \"msg.probe\"\n"
                                             "msgid \"Automatic\"\n"
@@ -47,6 +48,19 @@ TEST_F(LocalizationTest, CataloguesBesideTheLibrariesAreUsed)
    fs::copy_file(languages.GetCatalogueFile("de"), catalogues / "tavrin-netcfg.mo");
 
    EXPECT_EQ("known Selbstt\u00e4tig\n", RunProbe(dir.GetPath(), "de_XX.UTF-8", ""));
+}
+
+TEST_F(LocalizationTest, FolderBesideTheLibrariesOfAnInstallationIsNotTaken)
+{
+   ASSERT_TRUE(languages.Speak("de", "UTF-8"));
+   ASSERT_TRUE(languages.AddCatalogue("de", "msgctxt \"msg.probe\"\n"
+                                            "msgid \"Automatic\"\n"
+                                            "msgstr \"Other\"\n"));
+   fs::path const catalogues = dir.GetPath() / "locale" / "de" / "LC_MESSAGES";
+   fs::create_directories(catalogues);
+   fs::copy_file(languages.GetCatalogueFile("de"), catalogues / "tavrin-netcfg.mo");
+
+   EXPECT_EQ("known Automatic\n", RunProbe(dir.GetPath(), "de_XX.UTF-8", ""));
 }
 
 TEST_F(LocalizationTest, WithoutACatalogueTextsAreTheDefaultOnes)

@@ -191,11 +191,11 @@ TEST_F(WarningDialogTest, AScreenReaderFindsTheTextAndPressesTheButton)
    if (!test::ExitedWith(import.Wait(), 0)) {
       GTEST_SKIP() << "python3-gi or gir1.2-atspi-2.0 is missing";
    }
-   test::TestProcess reader(
-      {"/usr/bin/python3", TEST_SOURCE_DIR "/readDialog.py", "tavrin-netcfg", "Warning", "Close"});
+   test::TestProcess reader({"/usr/bin/python3", TEST_SOURCE_DIR "/readDialog.py", "tavrin-netcfg",
+                             "tavrin-netcfg", "Close"});
    Glib::signal_timeout().connect_once(sigc::ptr_fun(DismissIfShown), 30000);
    RaiseWarningDialog("tavrin-netcfg", TEXT);
    EXPECT_TRUE(test::ExitedWith(reader.Wait(), 0)) << reader.GetOutput();
    EXPECT_THAT(reader.GetOutput(), HasSubstr(TEXT));
-   EXPECT_THAT(reader.GetOutput(), HasSubstr("alert Warning"));
+   EXPECT_THAT(reader.GetOutput(), HasSubstr("alert tavrin-netcfg"));
 }
