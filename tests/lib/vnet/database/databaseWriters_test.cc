@@ -49,8 +49,9 @@ TEST(DatabaseWritersTest, NothingOfTheOthersIsLost)
       EXPECT_EQ(0, status);
    }
 
+   Database const database(place.Get());
    std::set<int> ports;
-   for (auto const& forward : Database(place.Get()).GetNetwork(8).nat.forwards) {
+   for (auto const& forward : database.GetNetwork(8).nat.forwards) {
       ports.insert(forward.hostPort);
    }
    for (int port = 1000; port < 1000 + writers * forwardsEach; ++port) {
