@@ -2,16 +2,21 @@
 // Starts and ends the resident watcher from any process that may change the host's networks.
 #pragma once
 
+#include "vnet/watch/watcherProgram.hh"
+
 #include <string>
 
 namespace vnet::watch {
 
 // Sees to it that the watcher runs: starts it if it doesn't, and else wakes it, so that it reads
 // the database again. Doesn't wait for it to be ready. Call it with the database's lock held.
-// `runFolder` holds its pid file. Throws Error.
-void EnsureWatcher(std::string const& runFolder = "/run/tavrin");
-// Ends the watcher, if one runs, and waits until it is gone. It must not need the database's lock
+// `runFolder`, an absolute path, holds its pid file and is where it works. Throws Error.
+void EnsureWatcher(std::string const& runFolder = "/run/tavrin",
+                   std::string const& program = FindWatcherProgram());
+// Ends the watcher, if one runs, and waits until it is gone. It doesn't need the database's lock
 // to end: the caller holds it. Throws Error.
 void StopWatcher(std::string const& runFolder = "/run/tavrin");
+// Whether one runs. Needs no lock.
+bool IsWatcherRunning(std::string const& runFolder = "/run/tavrin");
 
 } // namespace vnet::watch
