@@ -6,6 +6,7 @@
 
 #include <boost/property_tree/ptree.hpp>
 #include <gtest/gtest.h>
+#include <utility>
 
 namespace netcfg::common {
 

@@ -6,6 +6,7 @@
 #include "tvnetcfg/common/refusals.hh"
 
 #include <gtest/gtest.h>
+#include <memory>
 
 namespace netcfg::common {
 

@@ -58,8 +58,9 @@ TEST(NestingTest, AStringWithoutAnEndTakesTheRest)
    EXPECT_FALSE(NestsDeeperThan(R"("[[[[\)", 0));
 }
 
-TEST(NestingTest, ClosingWhatIsNotOpenEarnsNoCredit)
+TEST(NestingTest, ClosingWhatIsNotOpenEarnsNeitherCreditNorDebt)
 {
+   EXPECT_FALSE(NestsDeeperThan("]]]]}}}}[", 1));
    EXPECT_TRUE(NestsDeeperThan("]]]]}}}}[[", 1));
 }
 
