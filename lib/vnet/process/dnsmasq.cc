@@ -1,0 +1,225 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "vnet/process/dnsmasq.hh"
+
+#include "base/log.h"
+#include "vnet/process/childProcess.hh"
+#include "vnet/process/smallFile.hh"
+#include "vnet/values/error.hh"
+
+#include <charconv>
+#include <csignal>
+#include <filesystem>
+#include <sstream>
+#include <system_error>
+#include <unistd.h>
+
+namespace vnet::process {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr Milliseconds startDeadline{10000};
+constexpr Milliseconds stopDeadline{2000};
+constexpr int attempts = 3;
+
+// As the kernel names it; a program that isn't there keeps its name.
+std::string Resolve(std::string const& program)
+{
+   std::error_code none;
+   auto const path = fs::canonical(program, none);
+   return none ? program : path.string();
+}
+
+std::string FindFolder(std::string const& path)
+{
+   return fs::path(path).parent_path().string();
+}
+
+std::string GetLastLine(std::string const& text)
+{
+   std::istringstream lines(text);
+   std::string last;
+   for (std::string line; std::getline(lines, line);) {
+      last = line.empty() ? last : line;
+   }
+   return last;
+}
+
+// A program that starts may still have something to say.
+void LogLines(std::string const& text)
+{
+   std::istringstream lines(text);
+   for (std::string line; std::getline(lines, line);) {
+      Log("%s\n", line.c_str());
+   }
+}
+
+bool Exists(std::string const& path)
+{
+   return access(path.c_str(), F_OK) == 0;
+}
+
+} // namespace
+
+Dnsmasq::Dnsmasq(DnsmasqFiles filesOfNetwork, std::string programPath)
+   : files(std::move(filesOfNetwork)), program(Resolve(programPath)),
+     record(FindFolder(files.configuration) + "/dnsmasq.process")
+{}
+
+std::vector<std::string> Dnsmasq::GetArguments() const
+{
+   return {program, "--conf-file=" + files.configuration};
+}
+
+// The same files may be in use in another network namespace.
+bool Dnsmasq::IsOurs(ProcessFacts const& facts) const
+{
+   return facts.arguments == GetArguments() && facts.sameNetwork.value_or(true) &&
+          (facts.executable.empty() || facts.executable == program);
+}
+
+std::optional<ProcessFacts> Dnsmasq::FindRunning() const
+{
+   auto const facts = record.FindLiving(program);
+   bool const stopped = facts && facts->state == 'T';
+   return facts && IsOurs(*facts) && !stopped ? facts : std::nullopt;
+}
+
+bool Dnsmasq::IsRunning() const
+{
+   return FindRunning().has_value();
+}
+
+bool Dnsmasq::HasConfiguration(DnsmasqTexts const& texts) const
+{
+   auto const remembered = record.Read();
+   return remembered && remembered->note == texts.link &&
+          ReadTrustedFile(files.configuration) == texts.configuration;
+}
+
+bool Dnsmasq::HasOptions(DnsmasqTexts const& texts) const
+{
+   return ReadTrustedFile(files.options) == texts.options;
+}
+
+bool Dnsmasq::Runs(DnsmasqTexts const& texts) const
+{
+   return FindRunning() && HasConfiguration(texts) && HasOptions(texts);
+}
+
+DnsmasqChange Dnsmasq::Apply(DnsmasqTexts const& texts) const
+{
+   auto const running = FindRunning();
+   if (running && HasConfiguration(texts)) {
+      if (HasOptions(texts)) {
+         return DnsmasqChange::None;
+      }
+      Reload(*running, texts);
+      return DnsmasqChange::Reloaded;
+   }
+   bool const ended = EndAll();
+   WriteFiles(texts);
+   Launch();
+   record.Write({ReadStarted(), texts.link});
+   return ended ? DnsmasqChange::Restarted : DnsmasqChange::Started;
+}
+
+void Dnsmasq::Reload(ProcessFacts const& running, DnsmasqTexts const& texts) const
+{
+   record.Remove();
+   ReplaceFile(files.options, texts.options);
+   auto const handle = ProcessHandle::Open(running.identity);
+   if (!handle) {
+      throw Error("reload", "dnsmasq with " + files.configuration, "it has ended");
+   }
+   handle->Signal(SIGHUP);
+   record.Write({running.identity, texts.link});
+}
+
+// Ends the one that is known. Looks for others only where something of ours was left, as a look at
+// all processes of the host takes its time.
+bool Dnsmasq::EndAll() const
+{
+   bool ended = false;
+   if (auto const running = FindRunning()) {
+      ended = End(*running);
+      record.Remove();
+   } else if (Exists(files.configuration) || Exists(files.pid)) {
+      record.Remove();
+      ended = EndStrays();
+   }
+   return ended;
+}
+
+bool Dnsmasq::EndStrays() const
+{
+   bool ended = false;
+   for (auto const& facts : FindProcesses(GetArguments())) {
+      ended = (IsOurs(facts) && End(facts)) || ended;
+   }
+   return ended;
+}
+
+bool Dnsmasq::End(ProcessFacts const& facts) const
+{
+   auto const handle = ProcessHandle::Open(facts.identity);
+   if (handle) {
+      handle->Terminate(stopDeadline);
+   }
+   return handle.has_value();
+}
+
+void Dnsmasq::WriteFiles(DnsmasqTexts const& texts) const
+{
+   MakeFolder(FindFolder(files.configuration));
+   MakeFolder(FindFolder(files.leases));
+   RemoveFile(files.pid);
+   ReplaceFile(files.options, texts.options);
+   ReplaceFile(files.configuration, texts.configuration);
+}
+
+// An earlier process may have died between making a child and the child's becoming dnsmasq; that
+// one takes our place then, and is ended.
+void Dnsmasq::Launch() const
+{
+   for (int attempt = 1;; ++attempt) {
+      auto const completion = Run({.arguments = GetArguments(), .newSession = true}, startDeadline);
+      if (completion.ending.IsSuccess()) {
+         LogLines(completion.errors);
+         return;
+      }
+      if (attempt == attempts || !EndStrays()) {
+         auto const words = GetLastLine(completion.errors);
+         throw Error("start", "dnsmasq with " + files.configuration,
+                     words.empty() ? completion.ending.ToString() : words);
+      }
+   }
+}
+
+// The first process ends when the one that stays has bound its sockets, given its rights up and
+// written its number down. The file is its user's to change, so what it names is looked at.
+Identity Dnsmasq::ReadStarted() const
+{
+   auto const text = ReadSmallFile(files.pid).value_or("");
+   pid_t pid = 0;
+   std::from_chars(text.data(), text.data() + text.size(), pid);
+   auto const facts = pid > 0 ? FindProcess(pid) : std::nullopt;
+   if (!facts || !IsOurs(*facts)) {
+      throw Error("start", "dnsmasq with " + files.configuration, "it is gone again");
+   }
+   return facts->identity;
+}
+
+void Dnsmasq::Stop() const
+{
+   EndAll();
+   record.Remove();
+   for (auto const& path : {files.pid, files.options, files.configuration}) {
+      RemoveFile(path);
+   }
+   // Others may keep files there, too.
+   rmdir(FindFolder(files.configuration).c_str());
+}
+
+} // namespace vnet::process

@@ -1,0 +1,211 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "vnet/process/runningProcess.hh"
+
+#include "vnet/values/error.hh"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <climits>
+#include <csignal>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <memory>
+#include <poll.h>
+#include <sstream>
+#include <string_view>
+#include <sys/pidfd.h>
+#include <sys/stat.h>
+
+namespace vnet::process {
+
+namespace {
+
+using base::FileDescriptor;
+
+std::string GetFolder(pid_t pid)
+{
+   return "/proc/" + std::to_string(pid);
+}
+
+// Its files fail once the process was reaped, whoever has the number then.
+FileDescriptor OpenFolder(pid_t pid)
+{
+   return FileDescriptor(open(GetFolder(pid).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+}
+
+std::string ReadAll(int folder, char const* name)
+{
+   FileDescriptor const file(openat(folder, name, O_RDONLY | O_CLOEXEC));
+   std::string text;
+   std::array<char, 4096> buffer;
+   ssize_t got = 0;
+   while (file.IsOpen() && (got = read(file.Get(), buffer.data(), buffer.size())) > 0) {
+      text.append(buffer.data(), static_cast<std::size_t>(got));
+   }
+   return text;
+}
+
+// proc(5): the program's name, in parentheses, may hold any byte; what follows are the fields from
+// the third on.
+bool ReadStat(int folder, ProcessFacts& facts)
+{
+   std::string const text = ReadAll(folder, "stat");
+   auto const close = text.rfind(')');
+   if (close == std::string::npos) {
+      return false;
+   }
+   std::istringstream fields(text.substr(close + 1));
+   fields >> facts.state;
+   std::string skipped;
+   for (int field = 4; field < 22; ++field) {
+      fields >> skipped;
+   }
+   return static_cast<bool>(fields >> facts.identity.startTime);
+}
+
+std::vector<std::string> ReadArguments(int folder)
+{
+   std::istringstream text(ReadAll(folder, "cmdline"));
+   std::vector<std::string> arguments;
+   for (std::string argument; std::getline(text, argument, '\0');) {
+      arguments.push_back(argument);
+   }
+   return arguments;
+}
+
+std::string ReadExecutable(int folder)
+{
+   constexpr std::string_view replaced = " (deleted)";
+   char target[PATH_MAX];
+   ssize_t const length = readlinkat(folder, "exe", target, sizeof target);
+   std::string path(target, length > 0 ? static_cast<std::size_t>(length) : 0);
+   if (path.ends_with(replaced)) {
+      path.resize(path.size() - replaced.size());
+   }
+   return path;
+}
+
+std::optional<bool> IsInOurNetwork(int folder)
+{
+   struct stat theirs;
+   struct stat ours;
+   if (fstatat(folder, "ns/net", &theirs, 0) != 0 || stat("/proc/thread-self/ns/net", &ours) != 0) {
+      return {};
+   }
+   return theirs.st_dev == ours.st_dev && theirs.st_ino == ours.st_ino;
+}
+
+bool HasEnded(char state)
+{
+   return state == 'Z' || state == 'X';
+}
+
+bool StartsWith(std::vector<std::string> const& all, std::vector<std::string> const& first)
+{
+   return all.size() >= first.size() && std::equal(first.begin(), first.end(), all.begin());
+}
+
+std::vector<pid_t> ListProcesses()
+{
+   std::vector<pid_t> pids;
+   std::unique_ptr<DIR, int (*)(DIR*)> const folder(opendir("/proc"), closedir);
+   while (auto const* entry = folder ? readdir(folder.get()) : nullptr) {
+      std::string_view const name = entry->d_name;
+      pid_t pid = 0;
+      auto const [end, error] = std::from_chars(name.data(), name.data() + name.size(), pid);
+      if (error == std::errc() && end == name.data() + name.size()) {
+         pids.push_back(pid);
+      }
+   }
+   return pids;
+}
+
+} // namespace
+
+std::optional<ProcessFacts> FindProcess(pid_t pid)
+{
+   auto const folder = OpenFolder(pid);
+   ProcessFacts facts;
+   facts.identity.pid = pid;
+   if (!folder.IsOpen() || !ReadStat(folder.Get(), facts) || HasEnded(facts.state)) {
+      return {};
+   }
+   facts.executable = ReadExecutable(folder.Get());
+   facts.arguments = ReadArguments(folder.Get());
+   facts.sameNetwork = IsInOurNetwork(folder.Get());
+   return facts;
+}
+
+std::vector<ProcessFacts> FindProcesses(std::vector<std::string> const& firstArguments)
+{
+   std::vector<ProcessFacts> found;
+   for (pid_t const pid : ListProcesses()) {
+      auto const folder = OpenFolder(pid);
+      if (!folder.IsOpen() || !StartsWith(ReadArguments(folder.Get()), firstArguments)) {
+         continue;
+      }
+      if (auto const facts = FindProcess(pid)) {
+         found.push_back(*facts);
+      }
+   }
+   return found;
+}
+
+std::optional<ProcessHandle> ProcessHandle::Open(Identity const& identity)
+{
+   FileDescriptor descriptor(identity.pid > 0 ? pidfd_open(identity.pid, 0) : -1);
+   if (!descriptor.IsOpen()) {
+      if (identity.pid <= 0 || errno == ESRCH) {
+         return {};
+      }
+      throw Error("hold", "process " + std::to_string(identity.pid), std::strerror(errno));
+   }
+   // Looked at again now that the number can't change hands under us.
+   auto const facts = FindProcess(identity.pid);
+   if (!facts || facts->identity != identity) {
+      return {};
+   }
+   return ProcessHandle(identity, std::move(descriptor));
+}
+
+ProcessHandle::ProcessHandle(Identity const& process, FileDescriptor pidDescriptor)
+   : identity(process), descriptor(std::move(pidDescriptor))
+{}
+
+void ProcessHandle::Signal(int number) const
+{
+   if (pidfd_send_signal(descriptor.Get(), number, nullptr, 0) != 0 && errno != ESRCH) {
+      throw Error("signal", "process " + std::to_string(identity.pid), std::strerror(errno));
+   }
+}
+
+bool ProcessHandle::WaitForEnd(std::chrono::milliseconds deadline) const
+{
+   auto const end = std::chrono::steady_clock::now() + deadline;
+   pollfd polled{descriptor.Get(), POLLIN, 0};
+   int ready = 0;
+   do {
+      auto const left =
+         std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+      ready = poll(&polled, 1, static_cast<int>(std::max<long>(left.count(), 0)));
+   } while (ready < 0 && errno == EINTR);
+   return ready > 0;
+}
+
+void ProcessHandle::Terminate(std::chrono::milliseconds deadline) const
+{
+   Signal(SIGTERM);
+   Signal(SIGCONT); // a stopped process would keep the other waiting
+   if (WaitForEnd(deadline)) {
+      return;
+   }
+   Signal(SIGKILL);
+   if (!WaitForEnd(deadline)) {
+      throw Error("end", "process " + std::to_string(identity.pid), "it outlives SIGKILL");
+   }
+}
+
+} // namespace vnet::process

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Small files in folders of ours.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <sys/types.h>
+
+namespace vnet::process {
+
+// Makes the folder and what lacks above it, mode 0755. Throws Error, also if the last component is
+// a symbolic link or a folder that others may change.
+void MakeFolder(std::string const& path);
+
+// Replaces the file whole by a new one with mode 0644. Whatever stands at path, a symbolic link
+// too, is replaced and not followed. Not for what must survive a power failure. Throws Error.
+void ReplaceFile(std::string const& path, std::string const& text);
+
+// The text of a regular file of at most 1 MiB, following no symbolic link. Empty for anything else,
+// and if there is none.
+std::optional<std::string> ReadSmallFile(std::string const& path);
+// The same for a file that only its owner may change, who is root or us. Else empty.
+std::optional<std::string> ReadTrustedFile(std::string const& path);
+
+// What isn't there is no failure. Throws Error.
+void RemoveFile(std::string const& path);
+
+} // namespace vnet::process
