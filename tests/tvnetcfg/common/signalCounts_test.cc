@@ -272,7 +272,7 @@ std::vector<SignalCase> SetterCases()
 
 } // namespace
 
-TEST_P(SignalCountTest, IsAsTold)
+TEST_P(SignalCountTest, IsThatOfTheTable)
 {
    Model model;
    GetParam().before(model);
