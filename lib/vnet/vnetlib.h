@@ -72,7 +72,7 @@ VNL_STATIC_ASSERT(offsetof(VNL_FeatureStruct, virtualAdapter) == 39, "virtualAda
 #pragma pack(push, 1)
 /* A host adapter. */
 typedef struct VNL_HostAdapter {
-   uint32_t version; /* VNL_RECORD_VERSION */
+   uint32_t version;             /* VNL_RECORD_VERSION */
    struct VNL_HostAdapter* next; /* null at the end; not aligned */
    VnetRef network;              /* vnet is negative if it is bridged to none */
    uint8_t reserved[276];
@@ -135,7 +135,8 @@ VNL_API bool VNL_Load(int mode);
 VNL_API void VNL_Unload(void);
 /* The number of network indices, from 0 up. Needs nothing loaded. */
 VNL_API uint32_t VNL_GetNumberOfVnets(void);
-/* The database as it stands in memory, as text; null if nothing is loaded. To be freed by free(). */
+/* The database as it stands in memory, as text; null if nothing is loaded. To be freed by free().
+ */
 VNL_API char* VNL_ExportDatabaseToBuffer(void);
 
 /* --- Reading networks --- */
@@ -202,7 +203,8 @@ VNL_API bool VNL_GetDHCPParam(const char* name, uint32_t id, int mode, char* buf
 VNL_API bool VNL_SetNATParam(const char* name, uint32_t id, const char* value, uint32_t size);
 VNL_API bool VNL_SetDHCPParam(const char* name, uint32_t id, const char* value, uint32_t size);
 /* Yields one forward of the protocol and moves *cursor on, which starts at 0; false at the end.
- * The lengths are the buffers' sizes on entry. The address gets a NUL, the description its length. */
+ * The lengths are the buffers' sizes on entry. The address gets a NUL, the description its length.
+ */
 VNL_API bool VNL_EnumNATPortForward(const char* name, bool tcp, uint32_t* cursor,
                                     uint16_t* hostPort, char* address, uint32_t* addressLength,
                                     uint16_t* vmPort, char* description,

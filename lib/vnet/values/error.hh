@@ -13,8 +13,7 @@ class Error : public std::runtime_error {
 public:
    Error(std::string const& action, std::string const& object, std::string const& cause)
       : std::runtime_error(action + " " + object + ": " + cause)
-   {
-   }
+   {}
 };
 
 } // namespace vnet
