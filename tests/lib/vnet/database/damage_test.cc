@@ -159,7 +159,7 @@ TEST(DamageTest, TheLargestFileOfEachShapeLoadsInTime)
       database.Set(8, field::mtu, 1400);
       database.MoveAdapter("eth0", 1);
       database.DeleteNetwork(1);
-      EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20))
+      EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(60))
          << text.substr(0, 60);
    }
 }

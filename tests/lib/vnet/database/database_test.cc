@@ -311,8 +311,8 @@ TEST(DatabaseTest, AFailedCommitLeavesTheOldFileAndCanBeRepeated)
 
 TEST(DatabaseTest, AFileThatMayNotBeReadIsRefused)
 {
-   if (access("/", W_OK) == 0) {
-      GTEST_SKIP() << "this user may read everything";
+   if (geteuid() == 0) {
+      GTEST_SKIP() << "root may read everything";
    }
    TempPlace const place(richText);
    ASSERT_EQ(0, chmod(place.GetFile().c_str(), 0));
