@@ -10,7 +10,9 @@
 #include <exception>
 #include <memory>
 #include <netdb.h>
+#include <set>
 #include <sys/socket.h>
+#include <tuple>
 
 namespace netcfg::common {
 
@@ -69,6 +71,15 @@ NAT::IPv6PrefixError ValidateStrippedIPv6Prefix(utf::string const& prefix)
    return NAT::PrefixV6Ok;
 }
 
+// Some order, in which entries are equal only if all five fields are.
+struct Before {
+   bool operator()(NAT::PortForwardEntry const& a, NAT::PortForwardEntry const& b) const
+   {
+      return std::tie(a.hostPort, a.vmPort, a.tcp, a.ip, a.description) <
+             std::tie(b.hostPort, b.vmPort, b.tcp, b.ip, b.description);
+   }
+};
+
 } // namespace
 
 NAT::NAT(Network* network) : network(network), dnsList(3)
@@ -114,11 +125,11 @@ utf::string NAT::GetIPv6PrefixErrorMessage(IPv6PrefixError error)
 NAT::PortForwardList NAT::GetRemovedList(PortForwardList const& current,
                                          PortForwardList const& previous)
 {
+   // A list may hold every port of both protocols, so the two aren't compared pair by pair.
+   std::set<PortForwardEntry, Before> const kept(current.begin(), current.end());
    PortForwardList removed;
    std::copy_if(previous.begin(), previous.end(), std::back_inserter(removed),
-                [&current](PortForwardEntry const& entry) {
-                   return std::find(current.begin(), current.end(), entry) == current.end();
-                });
+                [&kept](PortForwardEntry const& entry) { return !kept.contains(entry); });
    return removed;
 }
 

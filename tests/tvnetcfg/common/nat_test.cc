@@ -170,6 +170,34 @@ TEST_F(NATTest, RemovedEntriesKeepTheirOrderAndTheirDuplicates)
    EXPECT_EQ((List{dns, dns}), NAT::GetRemovedList({web}, {dns, web, dns}));
 }
 
+TEST_F(NATTest, AnEntryThatDiffersInAnyFieldCountsAsRemoved)
+{
+   for (Entry const& other :
+        {Entry{8081, 80, true, "10.0.0.5", "web"}, Entry{8080, 81, true, "10.0.0.5", "web"},
+         Entry{8080, 80, false, "10.0.0.5", "web"}, Entry{8080, 80, true, "10.0.0.6", "web"},
+         Entry{8080, 80, true, "10.0.0.5", "Web"}}) {
+      EXPECT_EQ(List{web}, NAT::GetRemovedList({other}, {web}));
+   }
+}
+
+// Pair by pair this would be 17 thousand million comparisons, and the test would run into its
+// limit.
+TEST_F(NATTest, ListsOfEveryPortAreCompared)
+{
+   List all;
+   for (int port = 1; port <= 65535; ++port) {
+      all.push_back({static_cast<std::uint16_t>(port), 80, true, "10.0.0.5", ""});
+      all.push_back({static_cast<std::uint16_t>(port), 80, false, "10.0.0.5", ""});
+   }
+   List renamed = all;
+   for (Entry& entry : renamed) {
+      entry.description = "x";
+   }
+
+   EXPECT_EQ(all.size(), NAT::GetRemovedList(renamed, all).size());
+   EXPECT_TRUE(NAT::GetRemovedList(all, all).empty());
+}
+
 TEST_P(IPv6PrefixTest, IsJudgedAndStripped)
 {
    utf::string prefix = GetParam().text;
