@@ -59,20 +59,13 @@ bool IsPipeOf(FileDescriptor const& file, uid_t user)
           S_ISFIFO(status.st_mode) && system.f_type == PIPEFS_MAGIC && status.st_uid == user;
 }
 
-// Opens what pinned refers to, which can't change any more. O_NONBLOCK is for the opening alone: a
-// pipe whose other end is gone would hold it up for ever.
+// Opens what pinned refers to, which can't change any more. An unnamed pipe opens at once, whether
+// or not anyone holds its other end.
 FileDescriptor Reopen(FileDescriptor const& pinned, int flags)
 {
    std::string path = "/proc/self/fd/" + std::to_string(pinned.Get());
    int mode = flags & (O_ACCMODE | O_NONBLOCK);
-   FileDescriptor file(open(path.c_str(), mode | O_NONBLOCK | O_CLOEXEC));
-   if (!file.IsOpen()) {
-      return {};
-   }
-   if (fcntl(file.Get(), F_SETFL, flags & O_NONBLOCK) != 0) {
-      return {};
-   }
-   return file;
+   return FileDescriptor(open(path.c_str(), mode | O_CLOEXEC));
 }
 
 } // namespace

@@ -77,16 +77,6 @@ void RemoveOldFiles(int directory, std::string const& prefix, std::string const&
    }
 }
 
-// The name can't lead elsewhere: it is removed, not followed, and made anew or not at all.
-FileDescriptor CreateAt(int directory, std::string const& name)
-{
-   if (unlinkat(directory, name.c_str(), 0) != 0 && errno != ENOENT) {
-      return {};
-   }
-   FileDescriptor file(openat(directory, name.c_str(), APPEND_FLAGS | O_CREAT | O_EXCL, FILE_MODE));
-   return file;
-}
-
 // True if lines may be added to it; otherwise errno tells why not.
 bool TakeOver(FileDescriptor const& file)
 {
@@ -101,13 +91,22 @@ bool TakeOver(FileDescriptor const& file)
    return fchmod(file.Get(), FILE_MODE) == 0;
 }
 
-FileDescriptor AppendAt(int directory, std::string const& name)
+FileDescriptor OpenAt(int directory, std::string const& name, int creation)
 {
-   FileDescriptor file(openat(directory, name.c_str(), APPEND_FLAGS | O_CREAT, FILE_MODE));
+   FileDescriptor file(openat(directory, name.c_str(), APPEND_FLAGS | creation, FILE_MODE));
    if (file.IsOpen() && !TakeOver(file)) {
       return {};
    }
    return file;
+}
+
+// The name can't lead elsewhere: it is removed, not followed, and made anew or not at all.
+FileDescriptor CreateAt(int directory, std::string const& name)
+{
+   if (unlinkat(directory, name.c_str(), 0) != 0 && errno != ENOENT) {
+      return {};
+   }
+   return OpenAt(directory, name, O_CREAT | O_EXCL);
 }
 
 } // namespace
@@ -144,13 +143,13 @@ LogFile AppendLogFile(std::string const& directory, std::string const& prefix)
    }
    std::string name = prefix + std::string(ENDING);
    std::string path = directory + '/' + name;
-   FileDescriptor file = AppendAt(place.Get(), name);
+   FileDescriptor file = OpenAt(place.Get(), name, O_CREAT);
    return file.IsOpen() ? LogFile{path, std::move(file), {}} : Failed("open log", path);
 }
 
 LogFile AppendLogFileAt(std::string const& path)
 {
-   FileDescriptor file = AppendAt(AT_FDCWD, path);
+   FileDescriptor file = OpenAt(AT_FDCWD, path, O_CREAT);
    return file.IsOpen() ? LogFile{path, std::move(file), {}} : Failed("open log", path);
 }
 

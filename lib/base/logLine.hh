@@ -15,7 +15,7 @@ namespace base {
 inline constexpr size_t MAX_LOG_TEXT = 8192;
 
 // vsnprintf(3) into a text of at most MAX_LOG_TEXT bytes; a longer one is cut at a character and
-// ends in "...". Takes errno as it stands, for "%m".
+// ends in "...".
 std::string FormatLogText(char const* format, va_list arguments);
 
 // The text as one line's content: a closing newline is dropped, and every other control character,

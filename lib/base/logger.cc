@@ -73,13 +73,17 @@ void Logger::Dispatch(Level const& of, std::string_view text, bool alsoStandardE
    timespec now = {};
    clock_gettime(CLOCK_REALTIME, &now);
    std::string line = MakeLogLine(now, getpid(), of.name, text);
-   int fd = file;
-   bool inFile = fd >= 0 && WriteWholeLine(fd, line);
-   if (!inFile) {
-      // No file, or a full disk: what is said must still be found.
-      targets.WriteSystemLog(of.priority, EscapeLogText(text));
+   if (alsoStandardError) {
+      // First, in case the log is what is broken.
+      targets.WriteStandardError(line);
    }
-   if (alsoStandardError || (!inFile && targets.IsStandardErrorTerminal())) {
+   int fd = file;
+   if (fd >= 0 && WriteWholeLine(fd, line)) {
+      return;
+   }
+   // No file, or a full disk: what is said must still be found.
+   targets.WriteSystemLog(of.priority, EscapeLogText(text));
+   if (!alsoStandardError && targets.IsStandardErrorTerminal()) {
       targets.WriteStandardError(line);
    }
 }

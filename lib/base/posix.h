@@ -14,7 +14,7 @@ extern "C" {
  * A path /proc/<pid>/fd/<n> is a pipe that a client hands to a server with more rights, and the
  * client chose both numbers. So it opens only if the process lives, belongs to the user who started
  * this process (perhaps through an elevation tool), and the descriptor is an unnamed pipe of that
- * user's; the opening never blocks, and of flags only the access mode and O_NONBLOCK count. Any
+ * user's. The opening never blocks, and of flags only the access mode and O_NONBLOCK count. Any
  * other path to a process's descriptors fails with EINVAL, a process or descriptor that won't do
  * with ESRCH or EACCES.
  */
