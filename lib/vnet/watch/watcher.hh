@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// The resident watcher: keeps the networks as they should be while the host changes around them.
+#pragma once
+
+#include "vnet/database/database.hh"
+#include "vnet/engine/engine.hh"
+#include "vnet/host/bridgePatch.hh"
+#include "vnet/host/events.hh"
+#include "vnet/host/netlink.hh"
+#include "vnet/host/ruleset.hh"
+#include "vnet/process/runningProcess.hh"
+#include "vnet/watch/announcer.hh"
+#include "vnet/watch/changeFilter.hh"
+#include "vnet/watch/pace.hh"
+#include "vnet/watch/portKeeper.hh"
+#include "vnet/watch/signals.hh"
+#include "vnet/watch/watcherRecord.hh"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vnet::watch {
+
+// Sleeps until the kernel tells of a change or a signal comes; a timer runs only while an answer to
+// one of them is pending. Answers with the database's lock held, so never in the middle of a save,
+// and to the database as it is then.
+//
+// It moves the automatic network to another adapter as carriers, devices and routes come and go,
+// tells the LAN where the guests are, puts back rules that another tool flushed, and holds the
+// ports that are forwarded. A process runs one for its whole life.
+class Watcher {
+public:
+   // Throws Error.
+   explicit Watcher(engine::Place const& place);
+
+   enum class Ending {
+      Asked,    // by a signal
+      Unneeded, // no network is left
+      Another   // there is one already
+   };
+   Ending Run();
+
+private:
+   using Milliseconds = std::chrono::milliseconds;
+
+   Database::Place const databasePlace;
+   WatcherRecord const record;
+   process::Identity const self;
+   // In this order: whoever ends us, or changes anything while we look for the first time, is
+   // heard.
+   Signals signals;
+   host::Events events;
+
+   host::RouteSocket socket;
+   host::Ruleset ruleset;
+   host::BridgePatch patches{socket, ruleset};
+   engine::Engine engine;
+   std::optional<Database> database;
+   PortKeeper ports;
+   Announcer announcer;
+
+   ChangeFilter filter;
+   Findings findings;
+   Pace hostPace;
+   Pace rulesPace;
+   Clock::time_point notBefore; // the lock was someone else's
+   Milliseconds lockGap{0};
+   unsigned int failures = 0;       // one after the other
+   bool claimed = false;            // the record names us
+   bool fighting = false;           // somebody changes our rules again and again
+   std::vector<host::Patch> joined; // adapters and bridges, when we last looked
+
+   std::optional<Clock::time_point> GetAnswerDue() const;
+   void Wait();
+   std::optional<Ending> Step();
+   void ReadEvents();
+   void Learn();
+   std::optional<LockFile> TryLock();
+   std::optional<Ending> Answer();
+   bool Claim();
+   template <class Work>
+   void Attempt(Work work);
+   Settings const& ReadSettings();
+   void Compare();
+   Findings TakeFindings(bool all);
+   void CompareNetworks(Settings const& settings, std::set<unsigned int> const& networks);
+   void LookAtPatches(Findings const& found);
+   void TellOfRules(Findings const& found);
+   void Announce();
+};
+
+} // namespace vnet::watch
