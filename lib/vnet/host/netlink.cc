@@ -150,6 +150,11 @@ void Request::Free::operator()(nl_msg* freed) const
    nlmsg_free(freed);
 }
 
+nlmsghdr const* Request::GetMessage() const
+{
+   return nlmsg_hdr(message.get());
+}
+
 Request& Request::AppendBytes(void const* data, std::size_t length)
 {
    if (nlmsg_append(message.get(), const_cast<void*>(data), length, NLMSG_ALIGNTO) < 0) {

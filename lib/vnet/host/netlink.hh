@@ -41,6 +41,8 @@ public:
    Request& AppendBytes(void const* data, std::size_t length);
 
    nl_msg* Get() { return message.get(); }
+   // The message as it would go out.
+   nlmsghdr const* GetMessage() const;
 
 private:
    struct Free {

@@ -17,23 +17,6 @@ constexpr auto portWord = "port";
 constexpr auto hostWord = "host";
 constexpr auto promiscuousWord = "promiscuous";
 
-std::optional<PatchPart> Parse(Link const& link)
-{
-   std::istringstream words(link.alias);
-   std::string first;
-   std::string role;
-   std::string last;
-   PatchPart part;
-   if (!(words >> first >> role >> part.adapter >> part.bridge) || first != mark ||
-       (role != portWord && role != hostWord)) {
-      return {};
-   }
-   part.link = link;
-   part.role = role == portWord ? PatchPart::Role::Port : PatchPart::Role::HostEnd;
-   part.promiscuous = words >> last && last == promiscuousWord;
-   return part;
-}
-
 std::string MakeAlias(PatchPart const& part)
 {
    std::string alias = mark;
@@ -66,11 +49,28 @@ std::optional<PatchPart> FindRole(std::vector<PatchPart> const& parts, PatchPart
 
 } // namespace
 
+std::optional<PatchPart> ParsePatchPart(Link const& link)
+{
+   std::istringstream words(link.alias);
+   std::string first;
+   std::string role;
+   std::string last;
+   PatchPart part;
+   if (!(words >> first >> role >> part.adapter >> part.bridge) || first != mark ||
+       (role != portWord && role != hostWord)) {
+      return {};
+   }
+   part.link = link;
+   part.role = role == portWord ? PatchPart::Role::Port : PatchPart::Role::HostEnd;
+   part.promiscuous = words >> last && last == promiscuousWord;
+   return part;
+}
+
 std::vector<PatchPart> PatchPairs::List()
 {
    std::vector<PatchPart> parts;
    for (auto const& link : links.List()) {
-      if (auto part = Parse(link)) {
+      if (auto part = ParsePatchPart(link)) {
          parts.push_back(std::move(*part));
       }
    }

@@ -22,6 +22,9 @@ struct PatchPart {
    bool promiscuous = false;
 };
 
+// Empty for a device that isn't one.
+std::optional<PatchPart> ParsePatchPart(Link const& link);
+
 struct PatchPair {
    PatchPart port;    // in the bridge
    PatchPart hostEnd; // what arrives here goes to the adapter's way in
