@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vnet/process/childProcess.hh"
 
+#include "vnet/process/pidfd.hh"
 #include "vnet/values/error.hh"
 
 #include <algorithm>
@@ -10,7 +11,7 @@
 #include <fcntl.h>
 #include <linux/close_range.h>
 #include <poll.h>
-#include <sys/pidfd.h>
+
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -213,7 +214,7 @@ ChildProcess ChildProcess::Start(Command const& command)
    }
    status.write = {};
    errors.write = {};
-   FileDescriptor handle(pidfd_open(pid, 0));
+   FileDescriptor handle = OpenPidfd(pid);
    if (handle.IsOpen() && errors.read.IsOpen()) {
       fcntl(errors.read.Get(), F_SETFL, O_NONBLOCK);
    }
@@ -298,7 +299,7 @@ std::optional<Ending> ChildProcess::Wait(Milliseconds deadline)
    return ending;
 }
 
-Completion Run(Command const& command, Milliseconds deadline)
+Completion RunToEnd(Command const& command, Milliseconds deadline)
 {
    auto child = ChildProcess::Start(command);
    auto const ending = child.Wait(deadline);

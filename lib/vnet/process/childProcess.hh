@@ -77,6 +77,6 @@ struct Completion {
 
 // Starts the program and waits for its end. One that takes longer is killed. Throws Error then, or
 // if it can't be executed.
-Completion Run(Command const& command, Milliseconds deadline);
+Completion RunToEnd(Command const& command, Milliseconds deadline);
 
 } // namespace vnet::process

@@ -184,7 +184,8 @@ void Dnsmasq::WriteFiles(DnsmasqTexts const& texts) const
 void Dnsmasq::Launch() const
 {
    for (int attempt = 1;; ++attempt) {
-      auto const completion = Run({.arguments = GetArguments(), .newSession = true}, startDeadline);
+      auto const completion =
+         RunToEnd({.arguments = GetArguments(), .newSession = true}, startDeadline);
       if (completion.ending.IsSuccess()) {
          LogLines(completion.errors);
          return;

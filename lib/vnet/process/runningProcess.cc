@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vnet/process/runningProcess.hh"
 
+#include "vnet/process/pidfd.hh"
 #include "vnet/values/error.hh"
 
 #include <algorithm>
@@ -16,7 +17,7 @@
 #include <poll.h>
 #include <sstream>
 #include <string_view>
-#include <sys/pidfd.h>
+
 #include <sys/stat.h>
 
 namespace vnet::process {
@@ -156,7 +157,7 @@ std::vector<ProcessFacts> FindProcesses(std::vector<std::string> const& firstArg
 
 std::optional<ProcessHandle> ProcessHandle::Open(Identity const& identity)
 {
-   FileDescriptor descriptor(identity.pid > 0 ? pidfd_open(identity.pid, 0) : -1);
+   FileDescriptor descriptor = identity.pid > 0 ? OpenPidfd(identity.pid) : FileDescriptor();
    if (!descriptor.IsOpen()) {
       if (identity.pid <= 0 || errno == ESRCH) {
          return {};
@@ -177,7 +178,7 @@ ProcessHandle::ProcessHandle(Identity const& process, FileDescriptor pidDescript
 
 void ProcessHandle::Signal(int number) const
 {
-   if (pidfd_send_signal(descriptor.Get(), number, nullptr, 0) != 0 && errno != ESRCH) {
+   if (SignalPidfd(descriptor, number) != 0 && errno != ESRCH) {
       throw Error("signal", "process " + std::to_string(identity.pid), std::strerror(errno));
    }
 }

@@ -1,0 +1,341 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "vnet/process/dnsmasq.hh"
+
+#include "support/netlab/dhcpClient.hh"
+#include "support/netlab/lab.hh"
+#include "support/netlab/udp.hh"
+#include "vnet/process/serviceUser.hh"
+#include "vnet/process/smallFile.hh"
+#include "vnet/values/error.hh"
+
+#include <csignal>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace vnet::process {
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr char const* folder = "/run/tavrin/tvnet8";
+constexpr char const* leases = "/var/lib/tavrin/tvnet8/leases";
+
+// A question for version.bind, which dnsmasq answers by itself: RFC 1035, 4.1.
+std::string MakeQuestion()
+{
+   std::string const header("\x12\x34\x01\x00\x00\x01\x00\x00\x00\x00\x00\x00", 12);
+   std::string const name("\x07version\x04"
+                          "bind\x00",
+                          14);
+   return header + name + std::string("\x00\x10\x00\x03", 4);
+}
+
+DnsmasqFiles GetFiles()
+{
+   std::string const base = folder;
+   return {base + "/dnsmasq.conf", base + "/dnsmasq.options", base + "/dnsmasq.pid", leases};
+}
+
+class DnsmasqTest : public netlab::LabTest {
+protected:
+   void SetUp() override
+   {
+      LabTest::SetUp();
+      if (IsSkipped()) {
+         return;
+      }
+      GetHost().Command("ip link add tvnet8 type bridge");
+      netlab::Connect(guest, "eth0", GetHost(), "guest");
+      GetHost().Command("ip link set guest master tvnet8");
+      GetHost().AddAddress("tvnet8", "192.168.8.254/24");
+      texts.configuration = MakeConfiguration();
+      texts.options = "option:mtu,1400\n";
+      texts.link = 5;
+   }
+
+   void TearDown() override
+   {
+      if (!IsSkipped()) {
+         dnsmasq.Stop();
+      }
+   }
+
+   std::string MakeConfiguration() const
+   {
+      auto const service = FindServiceUser();
+      auto const files = GetFiles();
+      return "user=" + service.user + "\ngroup=" + service.group + "\npid-file=" + files.pid +
+             "\ndhcp-optsfile=" + files.options + "\ndhcp-leasefile=" + files.leases +
+             "\ninterface=tvnet8\nexcept-interface=lo\nbind-interfaces\nno-hosts\nno-resolv\n"
+             "no-ping\ndhcp-authoritative\ndhcp-range=192.168.8.128,192.168.8.253,1800\n";
+   }
+
+   std::vector<ProcessFacts> ListRunning() const
+   {
+      return FindProcesses({"/usr/sbin/dnsmasq", "--conf-file=" + GetFiles().configuration});
+   }
+
+   pid_t GetOnlyPid() const
+   {
+      auto const running = ListRunning();
+      EXPECT_EQ(1u, running.size());
+      return running.empty() ? 0 : running[0].identity.pid;
+   }
+
+   bool Answers()
+   {
+      return netlab::AskUdp(GetHost(), {"192.168.8.254", 53}, MakeQuestion(),
+                            test::Milliseconds(500))
+         .has_value();
+   }
+
+   std::optional<std::uint32_t> LeaseMtu() const
+   {
+      auto const lease = netlab::DhcpClient(guest, "eth0").Acquire();
+      return lease ? lease->GetNumber(netlab::option::mtu) : std::nullopt;
+   }
+
+   std::string GetFailure(Dnsmasq const& failing) const
+   {
+      try {
+         failing.Apply(texts);
+      } catch (Error const& error) {
+         return error.what();
+      }
+      return "";
+   }
+
+   netlab::Namespace guest;
+   DnsmasqTexts texts;
+   Dnsmasq dnsmasq{GetFiles()};
+};
+
+TEST_F(DnsmasqTest, AnswersWhenTheStartReturns)
+{
+   EXPECT_FALSE(dnsmasq.IsRunning());
+   EXPECT_EQ(DnsmasqChange::Started, dnsmasq.Apply(texts));
+   EXPECT_TRUE(Answers());
+   EXPECT_TRUE(dnsmasq.IsRunning());
+   EXPECT_TRUE(dnsmasq.Runs(texts));
+   EXPECT_EQ(1400u, LeaseMtu());
+   EXPECT_THAT(test::ReadFile(leases), HasSubstr("192.168.8."));
+}
+
+TEST_F(DnsmasqTest, WhatRunsAsWantedIsLeftAlone)
+{
+   dnsmasq.Apply(texts);
+   pid_t const pid = GetOnlyPid();
+   EXPECT_EQ(DnsmasqChange::None, dnsmasq.Apply(texts));
+   EXPECT_EQ(DnsmasqChange::None, Dnsmasq(GetFiles()).Apply(texts));
+   EXPECT_EQ(pid, GetOnlyPid());
+}
+
+TEST_F(DnsmasqTest, ChangedOptionsAreReadWithoutARestart)
+{
+   dnsmasq.Apply(texts);
+   pid_t const pid = GetOnlyPid();
+   texts.options = "option:mtu,1300\n";
+   EXPECT_FALSE(dnsmasq.Runs(texts));
+   EXPECT_EQ(DnsmasqChange::Reloaded, dnsmasq.Apply(texts));
+   EXPECT_TRUE(dnsmasq.Runs(texts));
+   EXPECT_EQ(pid, GetOnlyPid());
+   EXPECT_TRUE(test::Eventually([this] { return LeaseMtu() == 1300u; }));
+}
+
+TEST_F(DnsmasqTest, AChangedConfigurationTakesARestart)
+{
+   dnsmasq.Apply(texts);
+   pid_t const pid = GetOnlyPid();
+   texts.configuration += "cache-size=10\n";
+   EXPECT_FALSE(dnsmasq.Runs(texts));
+   EXPECT_EQ(DnsmasqChange::Restarted, dnsmasq.Apply(texts));
+   EXPECT_NE(pid, GetOnlyPid());
+   EXPECT_TRUE(Answers());
+}
+
+TEST_F(DnsmasqTest, ADeviceMadeAnewTakesARestart)
+{
+   dnsmasq.Apply(texts);
+   ++texts.link;
+   EXPECT_FALSE(dnsmasq.Runs(texts));
+   EXPECT_EQ(DnsmasqChange::Restarted, dnsmasq.Apply(texts));
+   GetOnlyPid();
+}
+
+TEST_F(DnsmasqTest, FilesThatSomeoneChangedArePutRight)
+{
+   dnsmasq.Apply(texts);
+   ReplaceFile(GetFiles().options, "");
+   EXPECT_EQ(DnsmasqChange::Reloaded, dnsmasq.Apply(texts));
+   ReplaceFile(GetFiles().configuration, "");
+   EXPECT_EQ(DnsmasqChange::Restarted, dnsmasq.Apply(texts));
+   EXPECT_EQ(texts.configuration, test::ReadFile(GetFiles().configuration));
+   EXPECT_EQ(texts.options, test::ReadFile(GetFiles().options));
+}
+
+TEST_F(DnsmasqTest, AKilledOneIsNoticedAndReplaced)
+{
+   dnsmasq.Apply(texts);
+   auto const killed = ListRunning().at(0).identity;
+   auto const handle = ProcessHandle::Open(killed);
+   handle->Signal(SIGKILL);
+   ASSERT_TRUE(handle->WaitForEnd(test::patience));
+   EXPECT_FALSE(dnsmasq.IsRunning());
+   EXPECT_FALSE(dnsmasq.Runs(texts));
+   EXPECT_EQ(DnsmasqChange::Started, dnsmasq.Apply(texts));
+   EXPECT_NE(killed.pid, GetOnlyPid());
+   EXPECT_TRUE(Answers());
+}
+
+TEST_F(DnsmasqTest, AStoppedOneIsNotRunning)
+{
+   dnsmasq.Apply(texts);
+   pid_t const pid = GetOnlyPid();
+   kill(pid, SIGSTOP);
+   ASSERT_TRUE(test::Eventually([this] { return !dnsmasq.IsRunning(); }));
+   EXPECT_EQ(DnsmasqChange::Restarted, dnsmasq.Apply(texts));
+   EXPECT_NE(pid, GetOnlyPid());
+}
+
+// As after a start whose process died before it could write who runs.
+TEST_F(DnsmasqTest, OneThatNobodyWroteDownIsFoundAndReplaced)
+{
+   dnsmasq.Apply(texts);
+   pid_t const pid = GetOnlyPid();
+   fs::remove(std::string(folder) + "/dnsmasq.process");
+   EXPECT_FALSE(dnsmasq.IsRunning());
+   EXPECT_EQ(DnsmasqChange::Restarted, dnsmasq.Apply(texts));
+   EXPECT_NE(pid, GetOnlyPid());
+}
+
+TEST_F(DnsmasqTest, AStrangerWithTheNumberIsLeftAlone)
+{
+   dnsmasq.Apply(texts);
+   dnsmasq.Stop();
+   auto const self = FindProcess(getpid());
+   MakeFolder(folder);
+   ReplaceFile(GetFiles().pid, std::to_string(getpid()) + "\n");
+   PidFile(std::string(folder) + "/dnsmasq.process").Write({self->identity, texts.link});
+   EXPECT_FALSE(dnsmasq.IsRunning());
+   EXPECT_EQ(DnsmasqChange::Started, dnsmasq.Apply(texts));
+   EXPECT_NE(getpid(), GetOnlyPid());
+}
+
+TEST_F(DnsmasqTest, OutlivesWhoStartedIt)
+{
+   pid_t const starter = fork();
+   if (starter == 0) {
+      _exit(dnsmasq.Apply(texts) == DnsmasqChange::Started ? 0 : 1);
+   }
+   int status = 0;
+   ASSERT_EQ(starter, waitpid(starter, &status, 0));
+   ASSERT_TRUE(test::ExitedWith(status, 0));
+   EXPECT_TRUE(dnsmasq.Runs(texts));
+   EXPECT_TRUE(Answers());
+   EXPECT_NE(getsid(0), getsid(GetOnlyPid()));
+   EXPECT_EQ(DnsmasqChange::None, dnsmasq.Apply(texts));
+}
+
+TEST_F(DnsmasqTest, AStarterKilledAtAnyMomentIsNoObstacleToTheNext)
+{
+   for (int round = 0; round < 60; ++round) {
+      texts.configuration = MakeConfiguration() + "cache-size=" + std::to_string(round) + "\n";
+      pid_t const starter = fork();
+      if (starter == 0) {
+         dnsmasq.Apply(texts);
+         pause();
+      }
+      // The moment is what varies: a start takes a few milliseconds.
+      usleep(static_cast<useconds_t>(round * 200));
+      kill(starter, SIGKILL);
+      waitpid(starter, nullptr, 0);
+
+      ASSERT_NO_THROW(dnsmasq.Apply(texts)) << "round " << round;
+      ASSERT_TRUE(dnsmasq.Runs(texts)) << "round " << round;
+      ASSERT_TRUE(Answers()) << "round " << round;
+      ASSERT_TRUE(test::Eventually([this] { return ListRunning().size() == 1; }));
+   }
+}
+
+TEST_F(DnsmasqTest, RefusesWithDnsmasqsOwnWords)
+{
+   texts.configuration += "no-such-option\n";
+   EXPECT_THAT(GetFailure(dnsmasq), StartsWith("start dnsmasq with " + GetFiles().configuration));
+   EXPECT_THAT(GetFailure(dnsmasq), HasSubstr("bad option at line"));
+   EXPECT_FALSE(dnsmasq.IsRunning());
+   EXPECT_TRUE(ListRunning().empty());
+
+   texts.configuration = MakeConfiguration();
+   EXPECT_EQ(DnsmasqChange::Started, dnsmasq.Apply(texts));
+}
+
+TEST_F(DnsmasqTest, AnAddressThatAnotherHasIsToldAndLeftToIt)
+{
+   auto const taken = GetHost().Run([] {
+      base::FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+      auto const address = netlab::MakeSocketAddress({"192.168.8.254", 53});
+      EXPECT_EQ(0, bind(socket.Get(), address.Get(), address.length));
+      EXPECT_EQ(0, listen(socket.Get(), 1));
+      return socket;
+   });
+   EXPECT_THAT(GetFailure(dnsmasq), HasSubstr("192.168.8.254: Address already in use"));
+   EXPECT_TRUE(ListRunning().empty());
+}
+
+TEST_F(DnsmasqTest, AMissingProgramIsTold)
+{
+   EXPECT_EQ("start /nowhere/dnsmasq: No such file or directory",
+             GetFailure(Dnsmasq(GetFiles(), "/nowhere/dnsmasq")));
+}
+
+TEST_F(DnsmasqTest, StoppingLeavesTheLeasesAlone)
+{
+   dnsmasq.Apply(texts);
+   ASSERT_TRUE(LeaseMtu());
+   dnsmasq.Stop();
+   EXPECT_TRUE(ListRunning().empty());
+   EXPECT_FALSE(fs::exists(folder));
+   EXPECT_TRUE(fs::exists(leases));
+   EXPECT_FALSE(Answers());
+   dnsmasq.Stop();
+}
+
+TEST_F(DnsmasqTest, StoppingEndsOneThatNobodyWroteDown)
+{
+   dnsmasq.Apply(texts);
+   fs::remove(std::string(folder) + "/dnsmasq.process");
+   dnsmasq.Stop();
+   EXPECT_TRUE(ListRunning().empty());
+   EXPECT_FALSE(fs::exists(folder));
+}
+
+TEST_F(DnsmasqTest, StoppingLeavesOthersFilesInTheFolder)
+{
+   dnsmasq.Apply(texts);
+   ReplaceFile(std::string(folder) + "/other", "text");
+   dnsmasq.Stop();
+   EXPECT_EQ("text", test::ReadFile(std::string(folder) + "/other"));
+   fs::remove_all(folder);
+}
+
+TEST_F(DnsmasqTest, HasNoMoreRightsThanItNeeds)
+{
+   dnsmasq.Apply(texts);
+   auto const status = test::ReadFile("/proc/" + std::to_string(GetOnlyPid()) + "/status");
+   EXPECT_THAT(status, HasSubstr("NoNewPrivs:\t1"));
+   if (FindServiceUser().user == "root") {
+      GTEST_SKIP() << "no other user is mapped here";
+   }
+   EXPECT_THAT(status, testing::Not(HasSubstr("Uid:\t0")));
+   // Network administration (CAP_NET_ADMIN, 12): it writes ARP entries of its clients.
+   EXPECT_THAT(status, HasSubstr("CapPrm:\t0000000000001000"));
+}
+
+} // namespace
+
+} // namespace vnet::process

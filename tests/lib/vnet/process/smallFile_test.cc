@@ -1,0 +1,142 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "vnet/process/smallFile.hh"
+
+#include "support/testProcess.hh"
+#include "vnet/values/error.hh"
+
+#include <algorithm>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace vnet::process {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class SmallFileTest : public testing::Test {
+protected:
+   test::TempDir folder;
+   std::string path = folder.GetPath() / "file";
+
+   std::size_t CountFiles() const
+   {
+      return static_cast<std::size_t>(
+         std::distance(fs::directory_iterator(folder.GetPath()), fs::directory_iterator()));
+   }
+};
+
+unsigned int GetMode(std::string const& path)
+{
+   struct stat status;
+   return lstat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
+}
+
+TEST_F(SmallFileTest, ReplacesAFileWholeWithAReadableOne)
+{
+   mode_t const before = umask(077);
+   ReplaceFile(path, "one");
+   umask(before);
+   EXPECT_EQ("one", ReadTrustedFile(path));
+   EXPECT_EQ(0644u, GetMode(path));
+   ReplaceFile(path, "");
+   EXPECT_EQ("", ReadTrustedFile(path));
+   EXPECT_EQ(1u, CountFiles());
+}
+
+TEST_F(SmallFileTest, AnOpenReaderKeepsTheOldFile)
+{
+   ReplaceFile(path, "one");
+   struct stat before;
+   struct stat after;
+   stat(path.c_str(), &before);
+   fs::create_hard_link(path, path + ".held");
+   ReplaceFile(path, "two");
+   stat(path.c_str(), &after);
+   EXPECT_NE(before.st_ino, after.st_ino);
+   EXPECT_EQ("one", ReadTrustedFile(path + ".held"));
+}
+
+TEST_F(SmallFileTest, LinksAreReplacedAndNotFollowed)
+{
+   auto const precious = folder.Write("precious", "old");
+   fs::create_symlink(precious, path);
+   fs::create_symlink(precious, folder.GetPath() / ".file.new");
+   EXPECT_FALSE(ReadSmallFile(path));
+   ReplaceFile(path, "new");
+   EXPECT_EQ("old", test::ReadFile(precious));
+   EXPECT_EQ("new", ReadSmallFile(path));
+}
+
+TEST_F(SmallFileTest, WhatCannotBeReplacedLeavesNothingBehind)
+{
+   fs::create_directory(path);
+   EXPECT_THROW(ReplaceFile(path, "text"), Error);
+   EXPECT_EQ(1u, CountFiles());
+   EXPECT_THROW(ReplaceFile(folder.GetPath() / "none/file", "text"), Error);
+}
+
+TEST_F(SmallFileTest, OnlyAPlainFileOfOursIsTrusted)
+{
+   EXPECT_FALSE(ReadTrustedFile(path));
+   EXPECT_FALSE(ReadTrustedFile(folder.GetPath()));
+   ReplaceFile(path, "text");
+   chmod(path.c_str(), 0646);
+   EXPECT_FALSE(ReadTrustedFile(path));
+   EXPECT_EQ("text", ReadSmallFile(path));
+
+   auto const fifo = (folder.GetPath() / "fifo").string();
+   ASSERT_EQ(0, mkfifo(fifo.c_str(), 0600));
+   EXPECT_FALSE(ReadTrustedFile(fifo)) << "and nobody waits for a writer";
+}
+
+TEST_F(SmallFileTest, AFileBeyondAMebibyteIsNotRead)
+{
+   ReplaceFile(path, std::string(1 << 20, 'x'));
+   EXPECT_EQ(1u << 20, ReadSmallFile(path)->size());
+   ReplaceFile(path, std::string((1 << 20) + 1, 'x'));
+   EXPECT_FALSE(ReadSmallFile(path));
+}
+
+TEST_F(SmallFileTest, MakesFoldersWhateverTheMask)
+{
+   auto const deep = (folder.GetPath() / "a/b/c").string();
+   mode_t const before = umask(077);
+   MakeFolder(deep);
+   umask(before);
+   EXPECT_EQ(0755u, GetMode(deep));
+   EXPECT_EQ(0755u, GetMode(folder.GetPath() / "a"));
+   MakeFolder(deep);
+}
+
+TEST_F(SmallFileTest, AFolderThatIsNotOursAloneIsRefused)
+{
+   auto const open = (folder.GetPath() / "open").string();
+   MakeFolder(open);
+   chmod(open.c_str(), 0777);
+   EXPECT_THROW(MakeFolder(open), Error);
+
+   auto const link = (folder.GetPath() / "link").string();
+   fs::create_directory_symlink("/", link);
+   EXPECT_THROW(MakeFolder(link), Error);
+
+   ReplaceFile(path, "text");
+   EXPECT_THROW(MakeFolder(path), Error);
+   EXPECT_THROW(MakeFolder(path + "/below"), Error);
+}
+
+TEST_F(SmallFileTest, RemovingWhatIsNotThereIsNoFailure)
+{
+   ReplaceFile(path, "text");
+   RemoveFile(path);
+   EXPECT_FALSE(fs::exists(path));
+   RemoveFile(path);
+   RemoveFile(path + "/below");
+   EXPECT_THROW(RemoveFile(folder.GetPath()), Error);
+}
+
+} // namespace
+
+} // namespace vnet::process
