@@ -31,4 +31,17 @@ TEST(DefaultDatabaseTest, HoldsOneNetworkOfEachKind)
    EXPECT_TRUE(decoded.unknown.empty());
 }
 
+TEST(DefaultDatabaseTest, TicksTheHostsAdapters)
+{
+   Subnet const hostOnly{Address::Parse("192.168.5.0").value(), 24};
+   Subnet const nat{Address::Parse("192.168.6.0").value(), 24};
+   auto const text = MakeDefaultDatabase(hostOnly, nat, {"eth0", "odd[1]%"});
+   auto const decoded = Decode(KeyFile::Parse(text));
+
+   std::map<std::string, unsigned int> const expected{{"eth0", 0}, {"odd[1]%", 0}};
+   EXPECT_EQ(expected, decoded.settings.adapters);
+   EXPECT_TRUE(decoded.complaints.empty());
+   EXPECT_TRUE(decoded.unknown.empty());
+}
+
 } // namespace
