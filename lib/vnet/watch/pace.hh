@@ -23,6 +23,8 @@ public:
    bool IsDue(Clock::time_point now) const { return due && *due <= now; }
    // It was answered.
    void Answer(Clock::time_point now);
+   // What comes next is the first of a row.
+   void StartOver() { *this = Pace(longest); }
    // Between the last answer and the next.
    std::chrono::milliseconds GetGap() const { return gap; }
 

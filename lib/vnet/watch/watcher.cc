@@ -123,6 +123,8 @@ std::optional<Watcher::Ending> Watcher::Step()
       return Ending::Asked;
    }
    if (request == Signals::Request::Look) {
+      // Whoever wakes us changed rules for good reason.
+      rulesPace.StartOver();
       hostPace.Note(Clock::now());
    }
    ReadEvents();
@@ -295,11 +297,11 @@ void Watcher::TellOfRules(Findings const& found)
 {
    auto const object = Describe(found);
    bool const fights = rulesPace.GetGap() >= fightGap;
-   Log("put back the rules of %s: process %u changed them\n", object.c_str(),
+   Log("compare the rules of %s: process %u changed them\n", object.c_str(),
        static_cast<unsigned int>(found.intruder));
    if (fights && !fighting) {
-      Warning("put back the rules of %s: process %u changes them again and again; they come back "
-              "ever later\n",
+      Warning("keep the rules of %s: process %u changes them again and again; they come back ever "
+              "later\n",
               object.c_str(), static_cast<unsigned int>(found.intruder));
    }
    fighting = fights;

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Networks in words.
+#pragma once
+
+#include "vnet/engine/report.hh"
+#include "vnet/values/settings.hh"
+
+#include <set>
+#include <string>
+#include <vector>
+
+namespace vnet::cli {
+
+// The networks that the database holds, also those that only an adapter or the automatic bridging
+// names.
+std::set<unsigned int> GetNetworks(Settings const& settings);
+
+// A table with a line of headings and one for each network.
+std::string DescribeList(Settings const& settings);
+
+// How a network stands on this host, in some lines. `addresses` are those of its bridge.
+std::string DescribeStatus(Settings const& settings, unsigned int index,
+                           engine::Report const& report, std::vector<std::string> const& addresses);
+
+} // namespace vnet::cli
