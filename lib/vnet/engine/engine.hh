@@ -2,6 +2,7 @@
 // Makes the networks of the database real on this host.
 #pragma once
 
+#include "vnet/engine/parts.hh"
 #include "vnet/engine/place.hh"
 #include "vnet/engine/report.hh"
 #include "vnet/interface/hostSide.hh"
@@ -15,7 +16,6 @@
 
 namespace vnet::engine {
 
-class Host;
 class Networks;
 
 // Each start is a comparison of what is wanted with what runs: what is equal stays untouched, and
@@ -75,6 +75,23 @@ public:
    std::set<unsigned int> ListPresent();
    // The forwards of the networks that run, of all of them: the ports to hold on this host.
    std::set<services::WantedForward> ListForwards(Settings const& settings);
+
+private:
+   Place const place;
+   std::unique_ptr<Networks> networks; // as long as a load or an object of the watcher's needs them
+   std::map<unsigned int, Parts> marks;
+   bool touched = false;
+
+   Networks& GetNetworks();
+   std::set<unsigned int> ListAll(Settings const& settings);
+   void StartPart(Settings const& settings, unsigned int index, Part part);
+   void Mark(unsigned int index, Part part);
+   std::set<unsigned int> ListMarked() const;
+   std::map<unsigned int, Parts> TakeMarks(Settings const& settings);
+   void CompareAll(Settings const& settings, std::map<unsigned int, Parts> const& stopped);
+   void ReconcilePresent(Settings const& settings, unsigned int index);
+   void UpdateWatcher();
+   void Forget();
 };
 
 } // namespace vnet::engine

@@ -178,9 +178,7 @@ std::string MakeOptions(std::string const& device, NetworkSettings const& settin
 
 } // namespace
 
-WantedDnsmasq MakeDnsmasq(std::string const& device, NetworkSettings const& settings,
-                          Layout const& layout, HostFacts const& facts,
-                          std::vector<std::string>& remarks)
+WantedDnsmasq PlaceDnsmasq(std::string const& device, HostFacts const& facts)
 {
    std::string const folder = facts.runFolder + "/" + device;
    WantedDnsmasq dnsmasq;
@@ -188,6 +186,14 @@ WantedDnsmasq MakeDnsmasq(std::string const& device, NetworkSettings const& sett
    dnsmasq.optionsPath = folder + "/dnsmasq.options";
    dnsmasq.pidPath = folder + "/dnsmasq.pid";
    dnsmasq.leasePath = facts.stateFolder + "/" + device + "/dnsmasq.leases";
+   return dnsmasq;
+}
+
+WantedDnsmasq MakeDnsmasq(std::string const& device, NetworkSettings const& settings,
+                          Layout const& layout, HostFacts const& facts,
+                          std::vector<std::string>& remarks)
+{
+   auto dnsmasq = PlaceDnsmasq(device, facts);
    dnsmasq.configuration = MakeConfiguration(dnsmasq, device, settings, layout, facts);
    dnsmasq.options = MakeOptions(device, settings, layout, remarks);
    return dnsmasq;

@@ -13,6 +13,10 @@ namespace vnet::services {
 
 struct HostFacts;
 
+// Where the files of a network's dnsmasq are, without their texts: one that was left by an earlier
+// process is found by them.
+WantedDnsmasq PlaceDnsmasq(std::string const& device, HostFacts const& facts);
+
 // The layout has a server.
 WantedDnsmasq MakeDnsmasq(std::string const& device, NetworkSettings const& settings,
                           Layout const& layout, HostFacts const& facts,

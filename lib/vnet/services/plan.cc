@@ -46,24 +46,13 @@ Kind FindKind(Settings const& settings, unsigned int index)
    return known ? Kind::Bridged : Kind::Absent;
 }
 
-// Locally administered (the second bit of the first byte); the index makes it one of its own.
-std::array<std::uint8_t, 6> MakeMac(unsigned int index)
-{
-   return {0x02,
-           0x74,
-           0x76,
-           0x6e,
-           static_cast<std::uint8_t>(index >> 8),
-           static_cast<std::uint8_t>(index)};
-}
-
 WantedNetwork StartPlan(Settings const& settings, unsigned int index)
 {
    WantedNetwork wanted;
    wanted.index = index;
    wanted.kind = FindKind(settings, index);
    wanted.bridge.name = GetNetworkName(index);
-   wanted.bridge.mac = MakeMac(index);
+   wanted.bridge.mac = GetBridgeMac(index);
    wanted.bridge.alias = GetTableName(index);
    if (wanted.kind == Kind::HostOnly || wanted.kind == Kind::Nat) {
       wanted.bridge.mtu = FindSettings(settings, index)->mtu.value_or(standardMtu);
@@ -210,7 +199,7 @@ RulesetInput MakeRulesetInput(WantedNetwork& wanted, NetworkSettings const& netw
    input.dhcp = !layout.ranges.empty();
    input.activeFtp = network.nat.allowActiveFtp;
    input.udpTimeout = std::clamp(network.nat.udpTimeout, 1U, maxUdpTimeout);
-   if (!network.nat.allowAnyOui) {
+   if (input.nat && !network.nat.allowAnyOui) {
       input.acceptedOuis = MaskOuis(wanted, facts);
    }
    input.forwards = wanted.forwards;

@@ -120,7 +120,9 @@ struct WantedNetwork {
 
 // The table of a network, of family inet: "tavrin-tvnet8".
 std::string GetTableName(unsigned int index);
-// The text that removes it, whether it is there or not.
+// The MAC address of a network's bridge, the same for every creation.
+std::array<std::uint8_t, 6> GetBridgeMac(unsigned int index);
+// The text that removes the table, whether it is there or not.
 std::string GetRemovalRuleset(unsigned int index);
 
 } // namespace vnet::services

@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "vnet/engine/bridging.hh"
+
+#include "vnet/engine/adapterChoice.hh"
+#include "vnet/engine/failures.hh"
+#include "vnet/engine/host.hh"
+#include "vnet/engine/ours.hh"
+#include "vnet/host/patchPairs.hh"
+
+#include <algorithm>
+#include <linux/rtnetlink.h>
+#include <set>
+
+namespace vnet::engine {
+
+namespace {
+
+int FindDefaultLink(HostView const& view)
+{
+   host::Route const* best = nullptr;
+   for (auto const& [index, device] : view.GetDevices()) {
+      for (auto const& route : device.routes) {
+         bool const fits = index > 0 && route.IsDefault() && route.table == RT_TABLE_MAIN;
+         if (fits && (!best || route.metric < best->metric)) {
+            best = &route;
+         }
+      }
+   }
+   return best ? best->link : 0;
+}
+
+} // namespace
+
+std::vector<std::string> Bridging::List(std::string const& bridge) const
+{
+   std::set<std::string> adapters;
+   for (auto const& [index, device] : host.view.GetDevices()) {
+      auto const part = host::ParsePatchPart(device.link);
+      if (part && part->bridge == bridge) {
+         adapters.insert(part->adapter);
+      }
+   }
+   return {adapters.begin(), adapters.end()};
+}
+
+std::optional<std::string> Bridging::Choose(services::WantedNetwork const& wanted) const
+{
+   auto const joined = List(wanted.bridge.name);
+   int const defaultLink = FindDefaultLink(host.view);
+   std::vector<AdapterCandidate> candidates;
+   for (auto const& name : wanted.bridging.adapters) {
+      auto const* device = host.view.Find(name);
+      if (device) {
+         candidates.push_back({name, device->link.IsUp() && device->link.carrier,
+                               device->link.index == defaultLink,
+                               std::ranges::find(joined, name) != joined.end()});
+      }
+   }
+   return ChooseAdapter(wanted.bridging.automatic, candidates);
+}
+
+void Bridging::Detach(std::string const& adapter)
+{
+   Failures failures;
+   failures.Add(host.patches.Detach(adapter));
+   host.view.Refresh();
+   failures.Throw("take off", adapter);
+}
+
+void Bridging::Release(services::WantedNetwork const& wanted)
+{
+   auto const chosen = Choose(wanted);
+   for (auto const& adapter : List(wanted.bridge.name)) {
+      if (adapter != chosen) {
+         known.erase(wanted.bridge.name);
+         Detach(adapter);
+      }
+   }
+}
+
+void Bridging::Apply(services::WantedNetwork const& wanted)
+{
+   auto const chosen = Choose(wanted);
+   Known const now{chosen.value_or(""), host.view.GetGeneration()};
+   auto const found = known.find(wanted.bridge.name);
+   if (!chosen || (found != known.end() && found->second == now)) {
+      return;
+   }
+   known.erase(wanted.bridge.name);
+   host.patches.Attach(*chosen, wanted.bridge.name);
+   host.view.Refresh();
+   known[wanted.bridge.name] = {*chosen, host.view.GetGeneration()};
+}
+
+std::vector<std::string> Bridging::Remark(services::WantedNetwork const& wanted) const
+{
+   std::vector<std::string> remarks;
+   auto const& adapters = wanted.bridging.adapters;
+   for (auto const& name : adapters) {
+      if (!host.view.Find(name)) {
+         remarks.push_back("bridge " + name + " to " + wanted.bridge.name +
+                           ": there is no such device now");
+      }
+   }
+   auto const chosen = Choose(wanted);
+   if (!wanted.bridging.automatic && adapters.size() > 1 && chosen) {
+      remarks.push_back("bridge all adapters of " + wanted.bridge.name + ": a network uses one, " +
+                        *chosen);
+   }
+   if (chosen && host.view.Find(*chosen)->link.wireless) {
+      remarks.push_back("bridge " + *chosen + " to " + wanted.bridge.name +
+                        ": Wi-Fi adapters can't carry the frames of virtual machines");
+   }
+   return remarks;
+}
+
+void Bridging::Sweep()
+{
+   for (auto const& patch : host.patches.List()) {
+      auto const* bridge = host.view.Find(patch.bridge);
+      if (!bridge || !FindBridgeIndex(bridge->link)) {
+         Detach(patch.adapter);
+      }
+   }
+}
+
+} // namespace vnet::engine

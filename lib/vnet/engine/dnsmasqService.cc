@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "vnet/engine/dnsmasqService.hh"
+
+#include "vnet/engine/host.hh"
+#include "vnet/process/dnsmasq.hh"
+#include "vnet/process/smallFile.hh"
+#include "vnet/services/dnsmasqConfig.hh"
+
+#include <filesystem>
+#include <unistd.h>
+
+namespace vnet::engine {
+
+namespace {
+
+process::Dnsmasq Make(services::WantedDnsmasq const& place)
+{
+   return process::Dnsmasq(
+      {place.configurationPath, place.optionsPath, place.pidPath, place.leasePath});
+}
+
+process::DnsmasqTexts MakeTexts(services::WantedDnsmasq const& wanted, int link)
+{
+   return {wanted.configuration, wanted.options, static_cast<std::uint64_t>(link)};
+}
+
+} // namespace
+
+DnsmasqService::DnsmasqService(Host& hostOfCaller, std::string bridgeName,
+                               services::HostFacts const& factsOfHost)
+   : host(hostOfCaller), bridge(std::move(bridgeName)),
+     place(services::PlaceDnsmasq(bridge, factsOfHost))
+{}
+
+int DnsmasqService::GetLink() const
+{
+   auto const* device = host.view.Find(bridge);
+   return device ? device->link.index : 0;
+}
+
+bool DnsmasqService::IsRunning() const
+{
+   return Make(place).IsRunning();
+}
+
+bool DnsmasqService::Runs(std::optional<services::WantedDnsmasq> const& wanted) const
+{
+   if (!wanted) {
+      // One that an earlier process left half started has no more than this file.
+      return access(place.configurationPath.c_str(), F_OK) < 0 &&
+             access(place.pidPath.c_str(), F_OK) < 0;
+   }
+   return Make(*wanted).Runs(MakeTexts(*wanted, GetLink()));
+}
+
+void DnsmasqService::Apply(std::optional<services::WantedDnsmasq> const& wanted) const
+{
+   if (wanted) {
+      Make(*wanted).Apply(MakeTexts(*wanted, GetLink()));
+   } else if (!Runs(wanted)) {
+      Make(place).Stop();
+   }
+}
+
+void DnsmasqService::ForgetLeases() const
+{
+   process::RemoveFile(place.leasePath);
+   rmdir(std::filesystem::path(place.leasePath).parent_path().c_str());
+}
+
+} // namespace vnet::engine

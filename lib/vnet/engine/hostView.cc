@@ -1,0 +1,172 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "vnet/engine/hostView.hh"
+
+#include "vnet/host/netlink.hh"
+
+#include <algorithm>
+#include <variant>
+
+namespace vnet::engine {
+
+HostView::HostView(host::RouteSocket& socketOfCaller) : socket(socketOfCaller)
+{
+   // After listening began, so that no change is missed.
+   Read();
+}
+
+void HostView::Read()
+{
+   devices.clear();
+   for (auto& link : host::Links(socket).List()) {
+      devices[link.index].link = link;
+   }
+   for (auto const& address : host::Addresses(socket).List()) {
+      devices[address.link].addresses.push_back(address);
+   }
+   ReadRoutes();
+}
+
+void HostView::ReadRoutes()
+{
+   for (auto& entry : devices) {
+      entry.second.routes.clear();
+   }
+   for (auto const& route : host::Routes(socket).List(AF_INET)) {
+      devices[route.link].routes.push_back(route);
+   }
+   unsure = false;
+}
+
+void HostView::Refresh()
+{
+   auto const news = events.Read();
+   for (auto const& event : news) {
+      std::visit([this](auto const& changed) { Apply(changed); }, event);
+   }
+   generation += news.empty() ? 0 : 1;
+   if (unsure) {
+      ReadRoutes();
+   }
+}
+
+void HostView::Apply(host::LinkChanged const& changed)
+{
+   if (changed.removed) {
+      devices.erase(changed.link.index);
+      return;
+   }
+   auto& device = devices[changed.link.index];
+   bool const wireless = device.link.wireless;
+   device.link = changed.link;
+   device.link.wireless = wireless;
+   if (!device.link.IsUp()) {
+      device.routes.clear();
+   }
+}
+
+void HostView::Apply(host::AddressChanged const& changed)
+{
+   auto const& address = changed.address;
+   auto const found = devices.find(address.link);
+   if (found == devices.end()) {
+      return;
+   }
+   auto& addresses = found->second.addresses;
+   std::erase_if(addresses, [&](auto const& other) {
+      return other.address == address.address && other.prefixLength == address.prefixLength;
+   });
+   if (!changed.removed) {
+      addresses.push_back(address);
+      return;
+   }
+   ForgetRoutes([&](host::Route const& route) { return route.source == address.address; });
+}
+
+void HostView::Apply(host::RouteChanged const& changed)
+{
+   auto const& route = changed.route;
+   if (route.destination.family != AF_INET) {
+      return;
+   }
+   bool const forgot = ForgetRoutes([&](host::Route const& other) { return other == route; });
+   if (changed.removed) {
+      unsure = unsure || !forgot;
+      return;
+   }
+   // A route that takes another's place is told without the other's end, and one that is put beside
+   // it is told just the same.
+   unsure = unsure || HasRoute([&](host::Route const& other) {
+               return other.destination == route.destination &&
+                      other.prefixLength == route.prefixLength && other.table == route.table &&
+                      other.metric == route.metric;
+            });
+   // A device that went in the meantime has none.
+   if (route.link == 0 || devices.contains(route.link)) {
+      devices[route.link].routes.push_back(route);
+   }
+}
+
+void HostView::Apply(host::RulesetChanged const& changed)
+{
+   ++tables[changed.table];
+}
+
+void HostView::Apply(host::EventsLost const&)
+{
+   ++tableEpoch;
+   Read();
+}
+
+template <class Predicate>
+bool HostView::ForgetRoutes(Predicate const& matches)
+{
+   std::size_t count = 0;
+   for (auto& entry : devices) {
+      count += std::erase_if(entry.second.routes, matches);
+   }
+   return count > 0;
+}
+
+template <class Predicate>
+bool HostView::HasRoute(Predicate const& matches) const
+{
+   return std::ranges::any_of(devices, [&](auto const& entry) {
+      return std::ranges::any_of(entry.second.routes, matches);
+   });
+}
+
+Device const* HostView::Find(std::string const& name) const
+{
+   for (auto const& [index, device] : devices) {
+      if (index > 0 && device.link.name == name) {
+         return &device;
+      }
+   }
+   return nullptr;
+}
+
+Device const* HostView::Find(int index) const
+{
+   auto const found = devices.find(index);
+   return index > 0 && found != devices.end() ? &found->second : nullptr;
+}
+
+std::vector<Device const*> HostView::ListPorts(int bridge) const
+{
+   std::vector<Device const*> ports;
+   for (auto const& [index, device] : devices) {
+      if (device.link.master == bridge && bridge > 0) {
+         ports.push_back(&device);
+      }
+   }
+   return ports;
+}
+
+unsigned long HostView::GetTableGeneration(std::string const& table) const
+{
+   auto const found = tables.find(table);
+   // Two counters that only grow: their sum tells every change.
+   return tableEpoch + (found == tables.end() ? 0 : found->second);
+}
+
+} // namespace vnet::engine

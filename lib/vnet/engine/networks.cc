@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "vnet/engine/networks.hh"
+
+#include "base/log.h"
+#include "vnet/engine/facts.hh"
+#include "vnet/engine/failures.hh"
+#include "vnet/engine/occupied.hh"
+#include "vnet/engine/ours.hh"
+#include "vnet/services/plan.hh"
+
+#include <algorithm>
+
+namespace vnet::engine {
+
+namespace {
+
+using services::WantedNetwork;
+
+bool WantsSubnet(Settings const& settings, unsigned int index, Subnet const& subnet)
+{
+   auto const found = settings.networks.find(index);
+   auto const wanted = found == settings.networks.end() ? std::nullopt : found->second.GetSubnet();
+   return wanted && wanted->Overlaps(subnet);
+}
+
+State GetState(bool present, bool foreign, Parts const& stopped)
+{
+   if (foreign) {
+      return State::Foreign;
+   }
+   return !present ? State::Absent : stopped == allParts ? State::Stopped : State::Running;
+}
+
+} // namespace
+
+Networks::Networks(Place const& where) : place(where), switches(host.sysctl, where.runFolder) {}
+
+void Networks::Refresh()
+{
+   host.view.Refresh();
+   auto const generation = host.view.GetGeneration();
+   if (!facts || generation != factsGeneration) {
+      facts = GatherFacts(host, place);
+      factsGeneration = generation;
+   }
+}
+
+Network Networks::GetNetwork(unsigned int index)
+{
+   return Network({host, rules, bridging, switches, *facts}, index);
+}
+
+void Networks::Apply(Settings const& settings, unsigned int index, Parts const& stopped,
+                     std::set<unsigned int> const& yielding)
+{
+   Refresh();
+   auto const wanted = PlanWithout(settings, index, stopped, *facts);
+   auto network = GetNetwork(index);
+   bool const foreign = network.IsForeign();
+   if (wanted.kind == services::Kind::Absent ||
+       (NeedsPlug(wanted) && !foreign && network.ListPlugged().empty())) {
+      network.Remove();
+      return;
+   }
+   if (foreign) {
+      throw Error("run", wanted.bridge.name, "Someone else's device has this name");
+   }
+   TakeSubnet(settings, wanted, yielding);
+   Tell(wanted);
+   network.GetNotes().WriteStopped(stopped);
+   network.Apply(wanted);
+}
+
+void Networks::Remove(unsigned int index)
+{
+   Refresh();
+   GetNetwork(index).Remove();
+}
+
+void Networks::ForgetLeases(unsigned int index)
+{
+   Refresh();
+   GetNetwork(index).ForgetLeases();
+}
+
+void Networks::TakeSubnet(Settings const& settings, WantedNetwork const& wanted,
+                          std::set<unsigned int> const& yielding)
+{
+   if (!wanted.subnet) {
+      return;
+   }
+   std::string const object = wanted.subnet->ToString() + " to " + wanted.bridge.name;
+   for (unsigned int const holder : FindHolders(host.view, *wanted.subnet, wanted.index)) {
+      if (!yielding.contains(holder) && WantsSubnet(settings, holder, *wanted.subnet)) {
+         throw Error("give", object, GetNetworkName(holder) + " has it");
+      }
+      GetNetwork(holder).Apply(PlanWithout(settings, holder, allParts, *facts));
+   }
+   if (auto const user = FindForeignUser(host.view, *wanted.subnet); !user.empty()) {
+      throw Error("give", object, user + " of this host has it");
+   }
+}
+
+// Each once, as a save compares every network several times.
+void Networks::Tell(WantedNetwork const& wanted)
+{
+   auto remarks = wanted.remarks;
+   std::ranges::copy(bridging.Remark(wanted), std::back_inserter(remarks));
+   for (auto const& remark : remarks) {
+      if (told.insert(remark).second) {
+         Log("%s\n", remark.c_str());
+      }
+   }
+}
+
+std::set<unsigned int> Networks::ListPresent()
+{
+   Refresh();
+   auto present = Notes::List(place.runFolder);
+   present.merge(switches.ListUsers());
+   for (auto const& [link, device] : host.view.GetDevices()) {
+      if (auto const index = FindBridgeIndex(device.link)) {
+         present.insert(*index);
+      }
+   }
+   for (auto const& table : host.ruleset.ListTables("inet")) {
+      if (auto const index = ParseTableName(table)) {
+         present.insert(*index);
+      }
+   }
+   return present;
+}
+
+Parts Networks::ReadStopped(unsigned int index)
+{
+   return Notes(place.runFolder, index).ReadStopped();
+}
+
+std::set<services::WantedForward> Networks::ListForwards(Settings const& settings,
+                                                         unsigned int index)
+{
+   Refresh();
+   auto const forwards = services::Plan(settings, index, *facts).forwards;
+   return {forwards.begin(), forwards.end()};
+}
+
+Report Networks::Look(Settings const& settings, unsigned int index)
+{
+   Refresh();
+   auto network = GetNetwork(index);
+   bool const present = ListPresent().contains(index);
+   auto const stopped = network.GetNotes().ReadStopped();
+   auto const wanted = PlanWithout(settings, index, {}, *facts);
+   auto const now = PlanWithout(settings, index, stopped, *facts);
+   Report report;
+   report.state = GetState(present, network.IsForeign(), stopped);
+   report.kind = wanted.kind;
+   report.subnet = wanted.subnet;
+   report.dnsmasqRuns = network.RunsDnsmasq();
+   report.adapters = bridging.List(wanted.bridge.name);
+   report.plugged = network.ListPlugged();
+   report.remarks = wanted.remarks;
+   std::ranges::copy(bridging.Remark(wanted), std::back_inserter(report.remarks));
+   if (report.state == State::Running || report.state == State::Stopped) {
+      report.differences = network.Compare(now);
+   }
+   return report;
+}
+
+} // namespace vnet::engine

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// All networks on the host, and what stands between them.
+#pragma once
+
+#include "vnet/engine/bridging.hh"
+#include "vnet/engine/host.hh"
+#include "vnet/engine/hostSwitches.hh"
+#include "vnet/engine/network.hh"
+#include "vnet/engine/parts.hh"
+#include "vnet/engine/place.hh"
+#include "vnet/engine/report.hh"
+#include "vnet/engine/rules.hh"
+#include "vnet/services/hostFacts.hh"
+#include "vnet/values/settings.hh"
+
+#include <optional>
+#include <set>
+#include <string>
+
+namespace vnet::engine {
+
+// Every failure throws Error.
+class Networks {
+public:
+   explicit Networks(Place const& where);
+
+   // Makes a network what settings want, but for the parts that are stopped, and removes one that
+   // settings don't hold. A subnet that another network has is taken from there if settings give it
+   // to that one no longer, or if that one is one of `yielding`; else it is a failure.
+   void Apply(Settings const& settings, unsigned int index, Parts const& stopped,
+              std::set<unsigned int> const& yielding = {});
+   void Remove(unsigned int index);
+   void ForgetLeases(unsigned int index);
+   // Takes off adapters that no bridge has any more.
+   void Sweep() { bridging.Sweep(); }
+
+   // Those that have anything on the host.
+   std::set<unsigned int> ListPresent();
+   // What was stopped of a network that is present.
+   Parts ReadStopped(unsigned int index);
+   // What isn't as Apply would make it.
+   Report Look(Settings const& settings, unsigned int index);
+   // Those that take effect when the network runs.
+   std::set<services::WantedForward> ListForwards(Settings const& settings, unsigned int index);
+   // Looks at the host again.
+   void Refresh();
+   HostView const& GetView() const { return host.view; }
+
+private:
+   Place place;
+   Host host;
+   Rules rules{host};
+   Bridging bridging{host};
+   HostSwitches switches;
+   std::optional<services::HostFacts> facts;
+   unsigned long factsGeneration = 0;
+   std::set<std::string> told;
+
+   Network GetNetwork(unsigned int index);
+   void TakeSubnet(Settings const& settings, services::WantedNetwork const& wanted,
+                   std::set<unsigned int> const& yielding);
+   void Tell(services::WantedNetwork const& wanted);
+};
+
+} // namespace vnet::engine

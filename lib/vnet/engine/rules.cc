@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "vnet/engine/rules.hh"
+
+#include "vnet/engine/host.hh"
+#include "vnet/engine/notes.hh"
+#include "vnet/services/wanted.hh"
+
+namespace vnet::engine {
+
+namespace {
+
+constexpr auto family = "inet";
+
+} // namespace
+
+bool Rules::Run(unsigned int index, std::string const& text, Notes const& notes)
+{
+   auto const table = services::GetTableName(index);
+   Known const now{text, host.view.GetTableGeneration(table)};
+   if (auto const found = known.find(index); found != known.end() && found->second == now) {
+      return true;
+   }
+   if (notes.ReadRules() != Notes::Rules::Of(text, host.ruleset.List(family, table))) {
+      return false;
+   }
+   known[index] = now;
+   return true;
+}
+
+void Rules::Apply(unsigned int index, std::string const& text, Notes const& notes)
+{
+   if (Run(index, text, notes)) {
+      return;
+   }
+   auto const table = services::GetTableName(index);
+   known.erase(index);
+   host.ruleset.Run(text, table);
+   host.view.Refresh();
+   Known const now{text, host.view.GetTableGeneration(table)};
+   notes.WriteRules(Notes::Rules::Of(text, host.ruleset.List(family, table)));
+   known[index] = now;
+}
+
+void Rules::Remove(unsigned int index)
+{
+   known.erase(index);
+   auto const table = services::GetTableName(index);
+   if (host.ruleset.HasTable(family, table)) {
+      host.ruleset.Run(services::GetRemovalRuleset(index), table);
+   }
+}
+
+} // namespace vnet::engine
