@@ -18,7 +18,8 @@ struct RulesetInput {
    bool dhcp = false;
    bool activeFtp = false;
    std::uint32_t udpTimeout = 30; // seconds
-   // Empty: all manufacturers are taken. Else masked MAC addresses; an empty list takes none.
+   // Empty: guests of all manufacturers are taken. Else "52:54:00:00:00:00" and the like; an empty
+   // list takes none.
    std::optional<std::vector<std::string>> acceptedOuis;
    std::vector<WantedForward> forwards;
 };

@@ -1,0 +1,228 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "lib/vnet/services/realNetwork.hh"
+
+#include "support/netlab/dhcpClient.hh"
+#include "support/netlab/udp.hh"
+#include "vnet/host/addresses.hh"
+#include "vnet/host/routes.hh"
+#include "vnet/host/sysctl.hh"
+#include "vnet/process/serviceUser.hh"
+#include "vnet/values/address.hh"
+
+#include <csignal>
+#include <cstdint>
+#include <fstream>
+#include <sstream>
+
+namespace vnet::services {
+
+namespace {
+
+constexpr auto outsidePid = "/run/outside.pid";
+
+Address Parse(std::string const& text)
+{
+   return *Address::Parse(text);
+}
+
+// RFC 1035, 4.1: a question for an address.
+std::string MakeQuestion(std::string const& name)
+{
+   std::string question("\x12\x34\x01\x00\x00\x01\x00\x00\x00\x00\x00\x00", 12);
+   std::istringstream labels(name);
+   for (std::string label; std::getline(labels, label, '.');) {
+      question += static_cast<char>(label.size()) + label;
+   }
+   return question + std::string("\x00\x00\x01\x00\x01", 5);
+}
+
+} // namespace
+
+std::optional<std::string> Resolve(netlab::Namespace const& place, std::string const& resolver,
+                                   std::string const& name, test::Milliseconds deadline)
+{
+   auto const answer = netlab::AskUdp(place, {resolver, 53}, MakeQuestion(name), deadline);
+   // One answer, whose record ends in the address.
+   if (!answer || answer->size() < 16 || (*answer)[7] != 1) {
+      return {};
+   }
+   std::uint32_t value = 0;
+   for (auto byte = answer->end() - 4; byte != answer->end(); ++byte) {
+      value = value << 8 | static_cast<unsigned char>(*byte);
+   }
+   return Address{value}.ToString();
+}
+
+void RealNetworkTest::SetUp()
+{
+   LabTest::SetUp();
+   if (IsSkipped()) {
+      return;
+   }
+   MakeOutside();
+   socket = std::make_unique<host::RouteSocket>();
+   ruleset = std::make_unique<host::Ruleset>();
+   auto const service = process::FindServiceUser();
+   facts.dnsmasqUser = service.user;
+   facts.dnsmasqGroup = service.group;
+   facts.waysOut = {{"eth0", 1}};
+   facts.resolvFile = "/run/resolv.conf";
+   facts.forwardsIpv6ByDevice =
+      host::Sysctl().Read("ipv6", "default", "force_forwarding").has_value();
+   std::ofstream(facts.resolvFile) << "nameserver 198.51.100.2\n";
+}
+
+void RealNetworkTest::MakeOutside()
+{
+   auto const& host = GetHost();
+   netlab::Connect(host, "eth0", outside, "eth0");
+   host.AddAddress("eth0", "198.51.100.1/24");
+   outside.AddAddress("eth0", "198.51.100.2/24");
+   host.Command("ip addr add 2001:db8::1/64 dev eth0 nodad");
+   outside.Command("ip addr add 2001:db8::2/64 dev eth0 nodad");
+   host.Command("ip route add default via 198.51.100.2");
+   host.Command("ip -6 route add default via 2001:db8::2");
+   auto const service = process::FindServiceUser();
+   outside.Command(std::vector<std::string>{
+      "dnsmasq", "--conf-file=/dev/null", std::string("--pid-file=") + outsidePid,
+      "--listen-address=198.51.100.2", "--bind-interfaces", "--no-resolv", "--no-hosts",
+      "--address=/outside.test/203.0.113.7", "--user=" + service.user, "--group=" + service.group});
+}
+
+void RealNetworkTest::TearDown()
+{
+   for (auto& [index, network] : made) {
+      if (network.dnsmasq) {
+         network.dnsmasq->Stop();
+      }
+   }
+   int pid = 0;
+   if (std::ifstream(outsidePid) >> pid) {
+      kill(pid, SIGKILL);
+   }
+}
+
+NetworkSettings& RealNetworkTest::AddHostOnly(unsigned int index, std::string const& subnet)
+{
+   auto& network = settings.networks[index];
+   network.subnetAddress = Parse(subnet);
+   network.subnetMask = Parse("255.255.255.0");
+   network.useAdapter = true;
+   network.useDhcp = true;
+   return network;
+}
+
+NetworkSettings& RealNetworkTest::AddNat(unsigned int index, std::string const& subnet)
+{
+   auto& network = AddHostOnly(index, subnet);
+   network.useNat = true;
+   return network;
+}
+
+WantedNetwork RealNetworkTest::Make(unsigned int index)
+{
+   auto wanted = Plan(settings, index, facts);
+   MakeBridge(wanted);
+   ruleset->Run(wanted.ruleset, wanted.bridge.name);
+   host::Sysctl const sysctl;
+   for (auto const& [family, device, name, value, ofHost] : wanted.sysctls) {
+      sysctl.Write(family, device, name, value);
+   }
+   auto const link = host::Links(*socket).Find(wanted.bridge.name);
+   MakeAddresses(wanted, *link);
+   MakeDnsmasq(wanted, *link);
+   return wanted;
+}
+
+void RealNetworkTest::Park(unsigned int index)
+{
+   ruleset->Run(Plan(settings, index, facts).parkedRuleset, "parked");
+}
+
+void RealNetworkTest::MakeBridge(WantedNetwork const& wanted)
+{
+   auto const& bridge = wanted.bridge;
+   auto const mtu = bridge.mtu.value_or(1500);
+   host::Links links(*socket);
+   auto const link = links.Find(bridge.name);
+   if (!link) {
+      links.CreateBridge({bridge.name, {bridge.mac}, mtu, bridge.alias});
+   } else if (link->mtu != mtu) {
+      links.SetMtu(*link, mtu);
+   }
+}
+
+void RealNetworkTest::MakeAddresses(WantedNetwork const& wanted, host::Link const& link)
+{
+   // Only those that go are touched, as the plan promises that the order doesn't matter.
+   GetHost().Command("ip route flush dev " + link.name + " proto static");
+   host::Addresses addresses(*socket);
+   auto const& before = made[wanted.index].wanted.addresses;
+   for (auto const& [address, length, scopeLink] : before) {
+      addresses.Remove(link, {link.index, address, static_cast<unsigned char>(length)});
+   }
+   for (auto const& [address, length, scopeLink] : wanted.addresses) {
+      addresses.Add(link, {link.index, address, static_cast<unsigned char>(length), 0,
+                           static_cast<unsigned char>(scopeLink ? RT_SCOPE_LINK
+                                                                : RT_SCOPE_UNIVERSE)});
+   }
+   for (auto const& [address, length] : wanted.addresses6) {
+      GetHost().Command("ip addr replace " + address + "/" + std::to_string(length) + " dev " +
+                        link.name + " nodad");
+   }
+   for (auto const& [destination, source] : wanted.routes) {
+      host::Route route;
+      route.destination = destination.address;
+      route.prefixLength = static_cast<unsigned char>(destination.prefixLength);
+      route.link = link.index;
+      route.source = source;
+      host::Routes(*socket).Add(route);
+   }
+}
+
+void RealNetworkTest::MakeDnsmasq(WantedNetwork const& wanted, host::Link const& link)
+{
+   auto& [before, dnsmasq] = made[wanted.index];
+   before = wanted;
+   if (!wanted.dnsmasq) {
+      if (dnsmasq) {
+         dnsmasq->Stop();
+      }
+      return;
+   }
+   auto const& files = *wanted.dnsmasq;
+   dnsmasq.emplace(process::DnsmasqFiles{files.configurationPath, files.optionsPath, files.pidPath,
+                                         files.leasePath});
+   dnsmasq->Apply({files.configuration, files.options, static_cast<std::uint64_t>(link.index)});
+}
+
+Guest& RealNetworkTest::Plug(unsigned int index)
+{
+   auto& guest = guests.emplace_back();
+   std::string const port = "port" + std::to_string(guests.size());
+   netlab::Connect(guest.place, guest.device, GetHost(), port);
+   GetHost().Command("ip link set " + port + " master " + GetNetworkName(index));
+   return guest;
+}
+
+Guest& RealNetworkTest::AddGuest(unsigned int index)
+{
+   auto& guest = Plug(index);
+   auto const lease = netlab::DhcpClient(guest.place, guest.device).Acquire();
+   EXPECT_TRUE(lease) << "no lease";
+   if (lease) {
+      netlab::DhcpClient::Configure(guest.place, guest.device, *lease);
+   }
+   return guest;
+}
+
+Guest& RealNetworkTest::AddGuest(unsigned int index, std::string const& address,
+                                 std::string const& router)
+{
+   auto& guest = Plug(index);
+   guest.place.AddAddress(guest.device, address);
+   guest.place.Command("ip route add default via " + router);
+   return guest;
+}
+
+} // namespace vnet::services
