@@ -48,8 +48,10 @@ bool ChannelEnd::Receive(utf::string& text)
       failures = 0;
       return true;
    }
-   ++failures;
-   return failures > 1 && HoldUp(text);
+   if (++failures > 1) {
+      HoldUp();
+   }
+   return false;
 }
 
 bool ChannelEnd::ReceiveOnce(utf::string& text)
@@ -102,12 +104,11 @@ bool ChannelEnd::TakeLastMessage(utf::string& text) const
    return true;
 }
 
-// The result is that of Receive: the peer may end during the pause.
-bool ChannelEnd::HoldUp(utf::string& text)
+// Not longer than the peer lives: what its end means is then told at the next call.
+void ChannelEnd::HoldUp() const
 {
    ProcessWatch const* const alive = peer && !peer->HasEnded() ? Peer() : nullptr;
-   bool const hasEnded = WaitFor(-1, 0, alive, FAILURE_PAUSE).ended;
-   return hasEnded && TakeLastMessage(text);
+   WaitFor(-1, 0, alive, FAILURE_PAUSE);
 }
 
 ChannelEnds& ChannelEnds::Get()

@@ -38,7 +38,7 @@ private:
    bool ReceiveOnce(utf::string& text);
    Filled Fill();
    bool TakeLastMessage(utf::string& text) const;
-   bool HoldUp(utf::string& text);
+   void HoldUp() const;
 
    int fd;
    std::optional<struct stat> file;

@@ -165,6 +165,27 @@ TEST_F(ChannelPeerTest, AMessageThatTheEndCutOffIsDropped)
    EXPECT_FALSE(ReceiveData(pipe.GetReadEnd(), text));
    EXPECT_LT(killer.GetAge(), A_SECOND);
    EXPECT_EQ("Load", text);
+
+   // The next peer's messages are its own.
+   WatchPeer(pipe.GetReadEnd(), getpid(), "");
+   ASSERT_TRUE(SendData(pipe.GetWriteEnd(), "Quit"));
+   ASSERT_TRUE(ReceiveData(pipe.GetReadEnd(), text));
+   EXPECT_EQ("Quit", text);
+}
+
+TEST_F(ChannelPeerTest, TheLastMessageComesWhateverHasBecomeOfTheDescriptor)
+{
+   ForkedProcess const peer([] { return 0; });
+   peer.WaitForEnd();
+   int const fd = dup(pipe.GetReadEnd());
+   WatchPeer(fd, peer.GetPid(), "Quit");
+   close(fd);
+   for (int time = 0; time < 3; ++time) {
+      text = "before";
+      EXPECT_TRUE(ReceiveData(fd, text));
+      EXPECT_EQ("Quit", text);
+   }
+   UnwatchPeer(fd);
 }
 
 TEST_F(ChannelPeerTest, TheLastMessageStandsInForWhatTheEndCutOff)

@@ -195,7 +195,7 @@ TEST_F(ElevatorTest, APipeWithoutAWriterNeitherSucceedsNorSpins)
 
    auto const start = test::GetProcessorTime();
    EXPECT_FALSE(WaitForElevator(tool.GetPid(), "pkexec", "tavrin-netcfg"));
-   EXPECT_LT(test::GetProcessorTime() - start, Milliseconds(250));
+   EXPECT_LT(test::GetProcessorTime() - start, Milliseconds(100));
    lui::Utils::UnwatchPeer(orphan.GetReadEnd());
 }
 

@@ -71,8 +71,10 @@ TEST(ProcessTreeTest, AnEndlessCommandLineIsNotRead)
 {
    std::vector<std::string> const arguments{SERVER_STAND_IN, std::string(100000, 'x')};
    ForkedProcess const process(arguments);
-   ASSERT_TRUE(Eventually([&] { return ReadCommandLine(process.GetPid()).empty(); }));
-   EXPECT_EQ('S', ReadProcessStat(process.GetPid())->state);
+   EXPECT_TRUE(Eventually([&] {
+      return ReadProcessStat(process.GetPid())->state == 'S' &&
+             ReadCommandLine(process.GetPid()).empty();
+   }));
 }
 
 TEST(ProcessTreeTest, ChildrenAreFoundAndGrandchildrenAreNot)

@@ -114,7 +114,11 @@ TEST_F(SingletonAppTest, ASecondLaunchTakesItsUnansweredPromptAway)
    TestProcess second = Launch({"prompt=/bin/sleep"});
    EXPECT_TRUE(ExitedWith(second.Wait(), 0));
    lui::ProcessWatch const prompt(GetChild(second));
-   EXPECT_TRUE(Eventually([&] { return prompt.HasEnded(); }));
+   bool const hasEnded = Eventually([&] { return prompt.HasEnded(); });
+   EXPECT_TRUE(hasEnded);
+   if (!hasEnded) {
+      kill(prompt.Pid(), SIGKILL);
+   }
 }
 
 TEST_F(SingletonAppTest, ASecondLaunchLeavesItsServerToNoticeByItself)
@@ -236,8 +240,7 @@ TEST_F(SingletonAppTest, TheBusOfTheRuntimeDirectoryIsFound)
 
 TEST_F(SingletonAppTest, WithoutABusTheProgramSimplyRuns)
 {
-   for (char const* none :
-        {"unix:path=/nonexistent/bus", "autolaunch:", "nonsense", "tcp:host=:"}) {
+   for (char const* none : {"unix:path=/nonexistent/bus", "nonsense", "tcp:host=:"}) {
       TestProcess const first = Launch({}, none);
       TestProcess const second = Launch({}, none);
       EXPECT_TRUE(Says(first, "alone")) << none;
@@ -247,4 +250,20 @@ TEST_F(SingletonAppTest, WithoutABusTheProgramSimplyRuns)
    EXPECT_TRUE(Says(noVariable, "alone"));
    TestProcess const noDirectory = LaunchWithRuntimeDir("");
    EXPECT_TRUE(Says(noDirectory, "alone"));
+}
+
+TEST_F(SingletonAppTest, NoBusIsStartedForIt)
+{
+   // What GIO would start.
+   std::string const launcher = dir.Write("dbus-launch", "#!/bin/sh\n: >\"$0.was-run\"\n");
+   std::filesystem::permissions(launcher, std::filesystem::perms::owner_all);
+   for (std::string const bus : {"", "autolaunch:"}) {
+      TestProcess const first({SINGLETON_INSTANCE},
+                              {{"DBUS_SESSION_BUS_ADDRESS", bus},
+                               {"XDG_RUNTIME_DIR", runtimeDir.GetPath()},
+                               {"DISPLAY", ":4711"},
+                               {"PATH", dir.GetPath().string() + ":" + getenv("PATH")}});
+      EXPECT_TRUE(Says(first, "alone"));
+      EXPECT_FALSE(std::filesystem::exists(launcher + ".was-run")) << bus;
+   }
 }
