@@ -36,11 +36,7 @@ std::optional<int> ParseNumber(std::string_view text)
    int number = 0;
    auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
    bool whole = error == std::errc() && end == text.data() + text.size();
-   // The comparison refuses signs and leading zeros.
-   if (!whole || number < 0 || std::to_string(number) != text) {
-      return std::nullopt;
-   }
-   return number;
+   return whole && number >= 0 ? std::optional(number) : std::nullopt;
 }
 
 FileDescriptor Refused(int error)
@@ -96,7 +92,7 @@ std::optional<ClientPipe> ParseClientPipe(std::string_view path)
       return std::nullopt;
    }
    ClientPipe pipe = {*pid, *number};
-   // Whatever else the path holds, it isn't how we write one.
+   // The comparison refuses whatever else the path holds: leading zeros, empty components.
    bool plain = path == "/proc/" + std::to_string(*pid) + "/fd/" + std::to_string(*number);
    return plain ? std::optional(pipe) : std::nullopt;
 }

@@ -264,6 +264,7 @@ TEST_F(LogFileTest, AChosenFileIsNeitherFollowedNorSharedNorAwaited)
 
    fs::remove(path);
    ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+   ExpectRefused(AppendLogFileAt(path), "open log " + path + ": No such device or address");
    FileDescriptor reader(open(path.c_str(), O_RDONLY | O_NONBLOCK));
    ExpectRefused(AppendLogFileAt(path), "open log " + path + ": Operation not permitted");
 
