@@ -5,6 +5,7 @@
 #include "support/testProcess.hh"
 
 #include <csignal>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/time.h>
@@ -71,6 +72,16 @@ TEST(SaveMessageTest, EightMebibytesArriveWholeWhileSignalsFire)
    sigaction(SIGALRM, &old, nullptr);
    EXPECT_EQ(snapshot.size() + 6, received.size());
    EXPECT_EQ('\0', received.back());
+}
+
+TEST(SaveMessageTest, PartialWriteCountsAsSentAndIsNotRetried)
+{
+   test::Pipe pipe;
+   fcntl(pipe.GetWriteEnd(), F_SETFL, O_NONBLOCK);
+   int const capacity = fcntl(pipe.GetWriteEnd(), F_GETPIPE_SZ);
+   EXPECT_TRUE(WriteSaveMessage(pipe.GetWriteEnd(), std::string(1 << 20, 'x').c_str()));
+   pipe.CloseWriteEnd();
+   EXPECT_EQ(static_cast<std::size_t>(capacity), ReadAll(pipe.GetReadEnd()).size());
 }
 
 TEST(SaveMessageTest, BrokenPipeIsAFailureWithoutASignal)

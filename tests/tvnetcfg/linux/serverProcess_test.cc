@@ -320,6 +320,32 @@ TEST_F(ServerProcessTest, NonAsciiDescriptionComesBackEqual)
    EXPECT_TRUE(ExitedWith(server->Wait(), 0));
 }
 
+TEST_F(ServerProcessTest, DisplayNameWithANewlineIsSavedWhole)
+{
+   StartGreeted(getpid());
+   std::unique_ptr<Editable> const model(Editable::Restore(Load().c_str()));
+   ASSERT_TRUE(model && model->GetNetwork(8));
+   model->GetNetwork(8)->SetDisplayName("two\nlines");
+   Send(std::string("Save\n") + Editable::Serialize(model.get()).c_str());
+   EXPECT_EQ("Success", Receive());
+
+   std::unique_ptr<Editable> const saved(Editable::Restore(Load().c_str()));
+   ASSERT_TRUE(saved && saved->GetNetwork(8));
+   EXPECT_STREQ("two\nlines", saved->GetNetwork(8)->GetDisplayName().c_str());
+   Send("Quit");
+   EXPECT_TRUE(ExitedWith(server->Wait(), 0));
+}
+
+TEST_F(ServerProcessTest, EmptyDatabaseStillGivesAnObjectAndNoFailure)
+{
+   StartGreeted(getpid(), {{"TAVRIN_DOUBLE_DB", dir.Write("database", "vnets=0\n")}});
+   EXPECT_EQ("{\"MaxNetworks\":\"0\",\"Networks\":\"\",\"AutoBridgeNetworkIndex\":\"-1\","
+             "\"HostAdapterDisplayName\":\"\"}\n",
+             Load());
+   Send("Quit");
+   EXPECT_TRUE(ExitedWith(server->Wait(), 0));
+}
+
 // --- the client's end
 
 class ClientDeathTest : public ServerProcessTest {
