@@ -19,6 +19,27 @@ namespace {
    throw Error(tcp ? "hold TCP port" : "hold UDP port", std::to_string(port), strerror(errno));
 }
 
+bool SetReuse(int descriptor, int reuse)
+{
+   return setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse) == 0;
+}
+
+bool Bind(int descriptor, std::uint16_t port)
+{
+   sockaddr_in address{};
+   address.sin_family = AF_INET;
+   address.sin_port = htons(port);
+   return bind(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+}
+
+// Reusing passes over connections that a former service left behind, but over none that listens.
+// Afterwards it is taken back, or others could reuse the port as well. For UDP it means sharing.
+bool BindAlone(int descriptor, bool tcp, std::uint16_t port)
+{
+   return tcp ? SetReuse(descriptor, 1) && Bind(descriptor, port) && SetReuse(descriptor, 0)
+              : Bind(descriptor, port);
+}
+
 // Datagrams that reach the socket, because their port isn't forwarded just then, mustn't pile up.
 bool DropAll(int descriptor)
 {
@@ -36,10 +57,7 @@ std::optional<PortHolder> PortHolder::Hold(bool tcp, std::uint16_t port)
    if (!socket.IsOpen() || (!tcp && !DropAll(socket.Get()))) {
       Fail(tcp, port);
    }
-   sockaddr_in address{};
-   address.sin_family = AF_INET;
-   address.sin_port = htons(port);
-   if (bind(socket.Get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) {
+   if (BindAlone(socket.Get(), tcp, port)) {
       return PortHolder(std::move(socket));
    }
    if (errno == EADDRINUSE) {

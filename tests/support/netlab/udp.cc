@@ -71,8 +71,13 @@ void UdpEcho::Answer()
    if (!message.Receive(socket.Get())) {
       return;
    }
+   Note(ReadEndpoint(message.GetPeer()));
+   // Who has the answer finds it counted.
    message.SendBack(socket.Get());
-   auto const peer = ReadEndpoint(message.GetPeer());
+}
+
+void UdpEcho::Note(Endpoint const& peer)
+{
    std::lock_guard const lock(mutex);
    ++count;
    if (std::find(peers.begin(), peers.end(), peer) == peers.end()) {

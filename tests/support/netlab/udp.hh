@@ -37,6 +37,7 @@ private:
    Worker worker;
 
    void Answer();
+   void Note(Endpoint const& peer);
 };
 
 // Sends one text and waits for one answer. Empty if none came.

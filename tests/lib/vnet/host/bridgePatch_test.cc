@@ -242,6 +242,33 @@ TEST_F(BridgePatchTest, AServiceThatIsBoundToTheAdapterHearsGuests)
    EXPECT_EQ("b", netlab::AskUdp(station, {"10.3.0.1", 7}, "b"));
 }
 
+// Policies of the host go by the mark.
+TEST_F(BridgePatchTest, TheMarkIsTakenOffAgain)
+{
+   GetHost().Command(std::vector<std::string>{
+      "nft",
+      "table inet watch { chain c { type filter hook input priority 0; meta mark != 0 drop; }; }; "
+      "table netdev watch { chain c { type filter hook egress device \"eth0\" priority 2000; "
+      "meta mark != 0 drop; }; }"});
+   Attach();
+   EXPECT_TRUE(Ping(guest, "10.3.0.1"));
+   EXPECT_TRUE(Ping(guest, "10.3.0.9"));
+   EXPECT_TRUE(Ping(guest, "fd03::1"));
+}
+
+// And others' marks stay.
+TEST_F(BridgePatchTest, TheHostsOwnMarksStay)
+{
+   GetHost().Command(std::vector<std::string>{
+      "nft",
+      "table inet marks { chain c { type route hook output priority 0; meta mark set 0x1042; }; }; "
+      "table netdev watch { chain c { type filter hook egress device \"eth0\" priority 2000; "
+      "ip protocol icmp meta mark != 0x1042 drop; }; }"});
+   Attach();
+   EXPECT_TRUE(Ping(GetHost(), "10.3.0.9"));
+   EXPECT_TRUE(Ping(GetHost(), "10.3.0.50"));
+}
+
 TEST_F(BridgePatchTest, ASilentGuestIsReachedFromTheWire)
 {
    Attach();

@@ -6,6 +6,7 @@
 #include "support/netlab/tcp.hh"
 #include "support/netlab/udp.hh"
 #include "vnet/host/ruleset.hh"
+#include "vnet/host/sysctl.hh"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -31,7 +32,7 @@ protected:
       GetHost().AddAddress("eth0", "fd51::1/64");
       Plug(guest, "tap0", "10.8.0.1/30", "10.8.0.2/30", "10.8.0.1");
       Plug(otherGuest, "tap1", "10.8.0.5/30", "10.8.0.6/30", "10.8.0.5");
-      GetHost().Command("sysctl -qw net.ipv4.ip_forward=1");
+      Sysctl().WriteGlobal("ipv4/ip_forward", "1");
       conntrack.emplace();
       ruleset.emplace();
       Forward("10.8.0.2");

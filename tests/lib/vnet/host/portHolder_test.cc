@@ -57,6 +57,23 @@ TEST_F(PortHolderTest, AServiceOnOneAddressHasThePort)
    EXPECT_FALSE(PortHolder::Hold(true, 8080));
 }
 
+TEST_F(PortHolderTest, AFormerServicesConnectionsDoNotKeepThePort)
+{
+   {
+      netlab::TcpEcho const service(GetHost(), 8080);
+      ASSERT_EQ("a", netlab::AskTcp(GetHost(), {"127.0.0.1", 8080}, "a"));
+   }
+   // The side that closed first waits for stragglers for a minute.
+   EXPECT_TRUE(PortHolder::Hold(true, 8080));
+}
+
+TEST_F(PortHolderTest, AServiceThatReusesPortsDoesNotGetAHeldOne)
+{
+   auto const holder = PortHolder::Hold(true, 8080);
+   ASSERT_TRUE(holder);
+   EXPECT_ANY_THROW(netlab::TcpEcho(GetHost(), 8080));
+}
+
 TEST_F(PortHolderTest, NobodyIsServed)
 {
    auto const tcp = PortHolder::Hold(true, 8080);
