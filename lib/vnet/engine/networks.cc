@@ -57,8 +57,12 @@ void Networks::Apply(Settings const& settings, unsigned int index, Parts const& 
    auto const wanted = PlanWithout(settings, index, stopped, *facts);
    auto network = GetNetwork(index);
    bool const foreign = network.IsForeign();
-   if (wanted.kind == services::Kind::Absent ||
-       (NeedsPlug(wanted) && !foreign && network.ListPlugged().empty())) {
+   if (wanted.kind == services::Kind::Absent) {
+      network.Remove();
+      network.ForgetLeases();
+      return;
+   }
+   if (NeedsPlug(wanted) && !foreign && network.ListPlugged().empty()) {
       network.Remove();
       return;
    }

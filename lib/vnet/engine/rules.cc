@@ -16,11 +16,12 @@ constexpr auto family = "inet";
 bool Rules::Run(unsigned int index, std::string const& text, Notes const& notes)
 {
    auto const table = services::GetTableName(index);
-   Known const now{text, host.view.GetTableGeneration(table)};
+   auto const noted = notes.ReadRules();
+   Known const now{text, host.view.GetTableGeneration(table), noted};
    if (auto const found = known.find(index); found != known.end() && found->second == now) {
       return true;
    }
-   if (notes.ReadRules() != Notes::Rules::Of(text, host.ruleset.List(family, table))) {
+   if (noted != Notes::Rules::Of(text, host.ruleset.List(family, table))) {
       return false;
    }
    known[index] = now;
@@ -36,9 +37,10 @@ void Rules::Apply(unsigned int index, std::string const& text, Notes const& note
    known.erase(index);
    host.ruleset.Run(text, table);
    host.view.Refresh();
-   Known const now{text, host.view.GetTableGeneration(table)};
-   notes.WriteRules(Notes::Rules::Of(text, host.ruleset.List(family, table)));
-   known[index] = now;
+   auto const generation = host.view.GetTableGeneration(table);
+   auto const note = Notes::Rules::Of(text, host.ruleset.List(family, table));
+   notes.WriteRules(note);
+   known[index] = {text, generation, note};
 }
 
 void Rules::Remove(unsigned int index)

@@ -2,6 +2,8 @@
 // The table of rules of a network.
 #pragma once
 
+#include "vnet/engine/notes.hh"
+
 #include <map>
 #include <string>
 #include <vector>
@@ -9,7 +11,6 @@
 namespace vnet::engine {
 
 struct Host;
-class Notes;
 
 // Whether the rules that run are the ones wanted can't be read off them: the kernel lists them in
 // other words. So we note which text was applied last and how the kernel listed it then. Both have
@@ -31,6 +32,7 @@ private:
    struct Known {
       std::string text;
       unsigned long generation = 0; // of the table
+      Notes::Rules notes;
 
       bool operator==(Known const&) const = default;
    };

@@ -39,7 +39,7 @@ void EngineTest::TearDown()
          GetHost().Command("ip link del " + std::string(port));
       }
    }
-   EXPECT_EQ("", test::Compare(before, test::TakeState(GetHost())));
+   EXPECT_TRUE(test::AreEqual(before, test::TakeState(GetHost())));
 }
 
 NetworkSettings EngineTest::MakeHostOnly(unsigned int index)

@@ -31,13 +31,17 @@ std::multiset<std::string> SortLines(std::string const& text)
    return lines;
 }
 
-std::string Sort(std::string const& text)
+// Sorted, without indices, and without what the kernel does for each link in its own time.
+std::string Select(std::string const& text)
 {
-   std::string sorted;
-   for (auto const& line : SortLines(text)) {
-      sorted += line + "\n";
+   static std::regex const left("tv[ph][0-9]+ |fe80|ff00|multicast|anycast|linkdown");
+   std::string selected;
+   for (auto const& line : SortLines(Replace(text, " linkdown", ""))) {
+      if (!std::regex_search(line, left)) {
+         selected += Replace(line, "^[0-9]+: ", "") + "\n";
+      }
    }
-   return sorted;
+   return selected;
 }
 
 // Without indices, with the random addresses of veth devices left out.
@@ -45,6 +49,8 @@ void AddLinks(Namespace const& host, HostState& state)
 {
    for (auto line : SortLines(host.Command("ip -d -o link show"))) {
       line = Replace(line, "^[0-9]+: ", "");
+      // Carriers come and go in the kernel's own time.
+      line = Replace(line, "NO-CARRIER,|,LOWER_UP|state [A-Z]+ ", "");
       line = Replace(line, "@[^:]*:", ":");
       line = Replace(line, "link-netns(id)? \\S+", "");
       line = Replace(line, "(hello|tcn|topology_change|gc)_timer +[0-9.]+", "");
@@ -103,11 +109,9 @@ HostState TakeState(Namespace const& host)
 {
    HostState state;
    AddLinks(host, state);
-   state["addresses"] = Sort(Replace(
-      Replace(host.Command("ip -o addr show"), "(^|\n)[0-9]+: ", "$1"), "tv[ph][0-9]+ .*\n", ""));
-   state["routes"] = Sort(host.Command("ip route show table all"));
-   state["routes 6"] = Sort(Replace(host.Command("ip -6 route show table all"),
-                                    "[^\n]*(fe80|ff00|multicast|anycast)[^\n]*\n", ""));
+   state["addresses"] = Select(host.Command("ip -o addr show"));
+   state["routes"] = Select(host.Command("ip -4 route show table all"));
+   state["routes 6"] = Select(host.Command("ip -6 route show table all"));
    state["rules"] = Replace(host.Command("nft list ruleset"), "tv([ph])[0-9]+", "tv$1");
    AddFiles("/run/tavrin", state);
    AddFiles("/var/lib/tavrin", state);
@@ -137,22 +141,46 @@ HostState TakeIdentity(Namespace const& host)
    return identity;
 }
 
-std::string Compare(HostState const& expected, HostState const& actual)
+namespace {
+
+std::string ListMissing(std::string const& lines, std::string const& other, char const* mark)
 {
-   std::string text;
-   for (auto const& [subject, value] : expected) {
-      auto const found = actual.find(subject);
-      if (found == actual.end() || found->second != value) {
-         text += subject + ": expected <" + value + ">, but it is <" +
-                 (found == actual.end() ? "nothing" : found->second) + ">\n";
+   auto const others = SortLines(other);
+   std::string missing;
+   for (auto const& line : SortLines(lines)) {
+      if (!others.contains(line)) {
+         missing += std::string("   ") + mark + line + "\n";
       }
    }
-   for (auto const& [subject, value] : actual) {
-      if (!expected.contains(subject)) {
-         text += subject + ": unexpected <" + value + ">\n";
+   return missing;
+}
+
+std::string Get(HostState const& state, std::string const& subject)
+{
+   auto const found = state.find(subject);
+   return found == state.end() ? "" : found->second;
+}
+
+} // namespace
+
+testing::AssertionResult AreEqual(HostState const& expected, HostState const& actual)
+{
+   if (expected == actual) {
+      return testing::AssertionSuccess() << "equal";
+   }
+   auto all = expected;
+   all.insert(actual.begin(), actual.end());
+   auto result = testing::AssertionFailure();
+   for (auto const& [subject, value] : all) {
+      auto const wanted = Get(expected, subject);
+      auto const found = Get(actual, subject);
+      if (wanted != found || expected.contains(subject) != actual.contains(subject)) {
+         result << "\n"
+                << subject << ":\n"
+                << ListMissing(wanted, found, "- ") << ListMissing(found, wanted, "+ ");
       }
    }
-   return text;
+   return result;
 }
 
 } // namespace test

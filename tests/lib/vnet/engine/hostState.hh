@@ -4,6 +4,7 @@
 
 #include "support/netlab/namespace.hh"
 
+#include <gtest/gtest.h>
 #include <map>
 #include <string>
 
@@ -19,7 +20,7 @@ HostState TakeState(netlab::Namespace const& host);
 // processes. Two are equal if nothing was made anew in between.
 HostState TakeIdentity(netlab::Namespace const& host);
 
-// The subjects in which two states differ, with both values; empty if they are equal.
-std::string Compare(HostState const& expected, HostState const& actual);
+// A failure tells the subjects that differ, with their lines.
+testing::AssertionResult AreEqual(HostState const& expected, HostState const& actual);
 
 } // namespace test
