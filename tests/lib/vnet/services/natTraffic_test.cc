@@ -5,6 +5,7 @@
 #include "support/netlab/tcp.hh"
 #include "support/netlab/udp.hh"
 
+#include <fstream>
 #include <gtest/gtest.h>
 
 namespace vnet::services {
@@ -109,9 +110,14 @@ TEST_F(NatTrafficTest, ForwardsAreReachedFromEverywhere)
    EXPECT_TRUE(works(other.place, "198.51.100.1"));
    EXPECT_TRUE(works(other.place, "192.168.8.1"));
    EXPECT_TRUE(works(other.place, "192.168.8.2"));
+   EXPECT_EQ("192.168.8.2", tcp.GetPeers().back().address) << "answers have to come back";
+
+   // Where the rules of IP see what a bridge passes, the kernel makes a way through the bridge of
+   // the one through the host, and a bridge never sends a frame back to the port it came from.
+   GetHost().Run([] { std::ofstream("/proc/sys/net/bridge/bridge-nf-call-iptables") << 0; });
    EXPECT_TRUE(works(target.place, "198.51.100.1"));
    EXPECT_TRUE(works(target.place, "192.168.8.2"));
-   EXPECT_EQ("192.168.8.2", tcp.GetPeers().back().address) << "its own, by the gateway";
+   EXPECT_TRUE(works(other.place, "198.51.100.1"));
 }
 
 TEST_F(NatTrafficTest, TheOutsideReachesNoGuestWithoutAForward)
@@ -128,6 +134,91 @@ TEST_F(NatTrafficTest, TheOutsideReachesNoGuestWithoutAForward)
    EXPECT_FALSE(AskTcp(outside, {"192.168.8.1", 22}, "text", silence));
    EXPECT_FALSE(AskTcp(outside, {"192.168.8.2", 8080}, "text", silence));
    EXPECT_EQ("text", AskTcp(outside, {"198.51.100.1", 8080}, "text"));
+}
+
+TEST_F(NatTrafficTest, TheHostsLoopbackNetworkIsNotForGuests)
+{
+   AddForward(true, 8080, 80);
+   Make(8);
+   auto& guest = AddTarget();
+   netlab::TcpEcho const service(GetHost(), 631);
+   // A guest can send what its own kernel wouldn't.
+   guest.place.Run([] {
+      std::ofstream("/proc/sys/net/ipv4/conf/eth0/route_localnet") << 1;
+      std::ofstream("/proc/sys/net/ipv4/conf/all/rp_filter") << 0;
+   });
+   guest.place.Command("ip addr del 127.0.0.1/8 dev lo");
+   guest.place.Command("ip route add 127.0.0.1/32 via 192.168.8.2");
+   EXPECT_FALSE(AskTcp(guest.place, {"127.0.0.1", 631}, "text", silence));
+   EXPECT_FALSE(AskTcp(guest.place, {"127.0.0.1", 8080}, "text", silence));
+   EXPECT_EQ("text", AskTcp(guest.place, {"192.168.8.1", 631}, "text")) << "an open service";
+}
+
+TEST_F(NatTrafficTest, AForwardIsNoObstacleToDhcpAndDns)
+{
+   for (auto const port : {53, 67}) {
+      AddForward(false, static_cast<std::uint16_t>(port), 9);
+   }
+   AddForward(true, 53, 9);
+   Make(8);
+   auto& guest = AddGuest(8);
+   EXPECT_EQ("203.0.113.7", Resolve(guest.place, "192.168.8.2", "outside.test"));
+   EXPECT_EQ("203.0.113.7", Resolve(guest.place, "192.168.8.254", "outside.test"));
+}
+
+TEST_F(NatTrafficTest, AForwardToWhatIsNoGuestIsLeftOut)
+{
+   AddForward(true, 8080, 80);
+   for (auto const* address : {"198.51.100.2", "192.168.8.1", "192.168.8.2", "192.168.8.254",
+                               "192.168.8.0", "192.168.8.255"}) {
+      Get(8).nat.forwards.push_back({true, 9000, *Address::Parse(address), 7, ""});
+   }
+   auto const wanted = Make(8);
+   EXPECT_EQ(1u, wanted.forwards.size());
+   EXPECT_EQ(6u, wanted.remarks.size());
+   netlab::TcpEcho const echo(outside, 7);
+   EXPECT_FALSE(AskTcp(outside, {"198.51.100.1", 9000}, "text", silence));
+}
+
+TEST_F(NatTrafficTest, GuestsOfOneNetworkMeetWhateverTheRules)
+{
+   Make(8);
+   auto& one = AddGuest(8, "192.168.8.10/24", "192.168.8.2");
+   auto& other = AddGuest(8, "192.168.8.11/24", "192.168.8.2");
+   netlab::TcpEcho const echo(other.place, 7);
+   EXPECT_EQ("text", AskTcp(one.place, {"192.168.8.11", 7}, "text"));
+   Park(8);
+   EXPECT_EQ("text", AskTcp(one.place, {"192.168.8.11", 7}, "text"));
+}
+
+TEST_F(NatTrafficTest, AGuestThatPretendsToBeElsewhereReachesNobody)
+{
+   Make(8);
+   auto& guest = AddGuest(8, "10.9.9.9/24", "10.9.9.1");
+   guest.place.Command("ip route replace default via 192.168.8.2 dev eth0 onlink");
+   outside.Command("ip route add 10.9.9.0/24 via 198.51.100.1");
+   GetHost().Command("ip route add 10.9.9.0/24 dev tvnet8");
+   netlab::UdpEcho const echo(outside, 7);
+   EXPECT_FALSE(AskUdp(guest.place, {"198.51.100.2", 7}, "text", silence));
+   EXPECT_EQ(0u, echo.GetCount());
+}
+
+TEST_F(NatTrafficTest, ForeignManufacturersAreRefusedIfAsked)
+{
+   Get(8).nat.allowAnyOui = false;
+   Make(8);
+   auto& accepted = AddGuest(8, "192.168.8.10/24", "192.168.8.2");
+   auto& foreign = AddGuest(8, "192.168.8.11/24", "192.168.8.2");
+   accepted.place.Command("ip link set eth0 address 52:54:00:01:02:03");
+   foreign.place.Command("ip link set eth0 address 00:11:22:01:02:03");
+   for (auto* guest : {&accepted, &foreign}) {
+      guest->place.Command("ip route replace default via 192.168.8.2");
+   }
+   netlab::TcpEcho const echo(outside, 7);
+   EXPECT_EQ("text", AskTcp(accepted.place, {"198.51.100.2", 7}, "text"));
+   EXPECT_FALSE(AskTcp(foreign.place, {"198.51.100.2", 7}, "text", silence));
+   EXPECT_TRUE(netlab::DhcpClient(accepted.place, "eth0").Acquire());
+   EXPECT_FALSE(netlab::DhcpClient(foreign.place, "eth0").Acquire(silence));
 }
 
 } // namespace

@@ -162,9 +162,9 @@ void RealNetworkTest::MakeAddresses(WantedNetwork const& wanted, host::Link cons
       addresses.Remove(link, {link.index, address, static_cast<unsigned char>(length)});
    }
    for (auto const& [address, length, scopeLink] : wanted.addresses) {
-      addresses.Add(link, {link.index, address, static_cast<unsigned char>(length), 0,
-                           static_cast<unsigned char>(scopeLink ? RT_SCOPE_LINK
-                                                                : RT_SCOPE_UNIVERSE)});
+      addresses.Add(link,
+                    {link.index, address, static_cast<unsigned char>(length), 0,
+                     static_cast<unsigned char>(scopeLink ? RT_SCOPE_LINK : RT_SCOPE_UNIVERSE)});
    }
    for (auto const& [address, length] : wanted.addresses6) {
       GetHost().Command("ip addr replace " + address + "/" + std::to_string(length) + " dev " +
