@@ -138,6 +138,20 @@ std::string DescribeBridging(Settings const& settings, unsigned int index,
    return MakeLine("adapters", Join(wanted)) + MakeLine("bridged to", Join(report.adapters));
 }
 
+std::string DescribeHead(Settings const& settings, unsigned int index, std::string const& state)
+{
+   auto const network = GetNetwork(settings, index);
+   std::string text = GetNetworkName(index) + ": " + DescribeType(settings, index) + ", " + state;
+   text += "\n";
+   if (!network.displayName.empty()) {
+      text += MakeLine("name", network.displayName);
+   }
+   if (network.IsHosted()) {
+      text += MakeLine("subnet", DescribeSubnet(network));
+   }
+   return text;
+}
+
 } // namespace
 
 std::set<unsigned int> GetNetworks(Settings const& settings)
@@ -167,17 +181,9 @@ std::string DescribeList(Settings const& settings)
 std::string DescribeStatus(Settings const& settings, unsigned int index,
                            engine::Report const& report, std::vector<std::string> const& addresses)
 {
-   auto const network = GetNetwork(settings, index);
-   std::string text = GetNetworkName(index) + ": " + DescribeType(settings, index) + ", " +
-                      DescribeState(report) + "\n";
-   if (!network.displayName.empty()) {
-      text += MakeLine("name", network.displayName);
-   }
-   if (network.IsHosted()) {
-      text += MakeLine("subnet", DescribeSubnet(network));
-   }
+   auto text = DescribeHead(settings, index, DescribeState(report));
    text += MakeLine("addresses", Join(addresses));
-   text += DescribeServices(network, report);
+   text += DescribeServices(GetNetwork(settings, index), report);
    text += DescribeBridging(settings, index, report);
    text += MakeLine("plugged in", Join(report.plugged));
    for (auto const& difference : report.differences) {
@@ -187,6 +193,21 @@ std::string DescribeStatus(Settings const& settings, unsigned int index,
       text += MakeLine("note", remark);
    }
    return text;
+}
+
+std::string DescribeGlance(Settings const& settings, unsigned int index, Glance const* glance)
+{
+   if (!glance) {
+      return DescribeHead(settings, index, "not on this host");
+   }
+   if (glance->foreign) {
+      engine::Report report;
+      report.state = engine::State::Foreign;
+      return DescribeHead(settings, index, DescribeState(report));
+   }
+   return DescribeHead(settings, index, "on this host") +
+          MakeLine("addresses", Join(glance->addresses)) +
+          MakeLine("plugged in", Join(glance->plugged));
 }
 
 } // namespace vnet::cli

@@ -2,6 +2,7 @@
 // Networks in words.
 #pragma once
 
+#include "vnet/cli/glance.hh"
 #include "vnet/engine/report.hh"
 #include "vnet/values/settings.hh"
 
@@ -21,5 +22,8 @@ std::string DescribeList(Settings const& settings);
 // How a network stands on this host, in some lines. `addresses` are those of its bridge.
 std::string DescribeStatus(Settings const& settings, unsigned int index,
                            engine::Report const& report, std::vector<std::string> const& addresses);
+
+// The same for who hasn't the right to look closer. Null: its bridge isn't there.
+std::string DescribeGlance(Settings const& settings, unsigned int index, Glance const* glance);
 
 } // namespace vnet::cli

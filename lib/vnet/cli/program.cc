@@ -3,15 +3,15 @@
 
 #include "base/log.h"
 #include "base/productState.h"
-#include "vnet/cli/bridgeAddresses.hh"
 #include "vnet/cli/describe.hh"
+#include "vnet/cli/glance.hh"
 #include "vnet/database/defaultDatabase.hh"
 #include "vnet/values/error.hh"
 #include "vnet/values/freeSubnet.hh"
 #include "vnet/watch/watcher.hh"
 #include "vnet/watch/watcherControl.hh"
 
-#include <algorithm>
+#include <set>
 #include <sys/stat.h>
 
 namespace vnet::cli {
@@ -40,6 +40,19 @@ Subnet FindSubnet(engine::Engine& engine, unsigned int index, std::optional<Subn
       throw Error("find a subnet for", GetNetworkName(index), "No private subnet is free");
    }
    return *subnet;
+}
+
+// Those that were named, or all that there are.
+std::set<unsigned int> SelectNetworks(std::vector<unsigned int> const& named,
+                                      std::set<unsigned int> const& ofDatabase,
+                                      std::set<unsigned int> const& present)
+{
+   std::set<unsigned int> networks(named.begin(), named.end());
+   if (named.empty()) {
+      networks = ofDatabase;
+      networks.insert(present.begin(), present.end());
+   }
+   return networks;
 }
 
 // A network that the database doesn't hold can't be started.
@@ -116,32 +129,52 @@ int Program::List()
 int Program::Status(std::vector<unsigned int> const& networks)
 {
    auto const settings = ReadSettings();
+   bool const close = engine::Engine(place).HasPrivilege();
+   return (close ? TellStatus(settings, networks) : TellGlance(settings, networks)) ? 0 : 1;
+}
+
+bool Program::TellStatus(Settings const& settings, std::vector<unsigned int> const& networks)
+{
    engine::Engine engine(place);
    auto const present = engine.ListPresent();
-   auto all = GetNetworks(settings);
-   all.insert(present.begin(), present.end());
-   auto const wanted =
-      networks.empty() ? std::vector<unsigned int>(all.begin(), all.end()) : networks;
+   auto const glances = GlanceAtNetworks();
    bool told = true;
-   for (unsigned int const index : wanted) {
-      told &= TellStatus(engine, settings, index);
+   for (unsigned int const index : SelectNetworks(networks, GetNetworks(settings), present)) {
+      told &= Attempt([&] {
+         auto const found = glances.find(index);
+         auto const addresses =
+            found == glances.end() ? std::vector<std::string>() : found->second.addresses;
+         auto const report = engine.Look(settings, index);
+         output << DescribeStatus(settings, index, report, addresses) << '\n';
+      });
    }
-   TellWatcher(present);
-   return told ? 0 : 1;
+   TellWatcher(!present.empty());
+   return told;
 }
 
-bool Program::TellStatus(engine::Engine& engine, Settings const& settings, unsigned int index)
+bool Program::TellGlance(Settings const& settings, std::vector<unsigned int> const& networks)
 {
-   return Attempt([&] {
-      auto const report = engine.Look(settings, index);
-      output << DescribeStatus(settings, index, report, ListBridgeAddresses(index)) << '\n';
-   });
+   auto const glances = GlanceAtNetworks();
+   std::set<unsigned int> present;
+   for (auto const& [index, glance] : glances) {
+      if (!glance.foreign) {
+         present.insert(index);
+      }
+   }
+   for (unsigned int const index : SelectNetworks(networks, GetNetworks(settings), present)) {
+      auto const found = glances.find(index);
+      auto const* glance = found == glances.end() ? nullptr : &found->second;
+      output << DescribeGlance(settings, index, glance) << '\n';
+   }
+   TellWatcher(!present.empty());
+   output << "Root sees more: services, rules, and what differs from the database.\n";
+   return true;
 }
 
-void Program::TellWatcher(std::set<unsigned int> const& present)
+void Program::TellWatcher(bool wanted)
 {
    bool const runs = watch::IsWatcherRunning(place.runFolder);
-   if (runs || !present.empty()) {
+   if (runs || wanted) {
       output << (runs ? "The watcher runs.\n"
                       : "The watcher doesn't run; \"tavrin-vnets start\" starts it.\n");
    }

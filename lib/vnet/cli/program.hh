@@ -9,7 +9,6 @@
 #include <functional>
 #include <optional>
 #include <ostream>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -53,8 +52,9 @@ private:
    int ForEach(Settings const& settings, std::vector<unsigned int> const& networks,
                Step const& step, StepForAll const& forAll);
    bool Attempt(std::function<void()> const& work);
-   bool TellStatus(engine::Engine& engine, Settings const& settings, unsigned int index);
-   void TellWatcher(std::set<unsigned int> const& present);
+   bool TellStatus(Settings const& settings, std::vector<unsigned int> const& networks);
+   bool TellGlance(Settings const& settings, std::vector<unsigned int> const& networks);
+   void TellWatcher(bool wanted);
 };
 
 } // namespace vnet::cli
