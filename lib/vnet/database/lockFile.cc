@@ -80,7 +80,7 @@ bool TryLock(Descriptor const& file, std::string const& path)
 } // namespace
 
 LockFile::LockFile(Descriptor openFolder, Descriptor openFile)
-   : folder(std::move(openFolder)), file(std::move(openFile))
+   : folder(std::move(openFolder)), file(std::move(openFile)), owner(getpid())
 {}
 
 LockFile LockFile::Take(std::string const& folder, std::chrono::milliseconds patience)
@@ -104,7 +104,7 @@ LockFile LockFile::Take(std::string const& folder, std::chrono::milliseconds pat
 
 LockFile::~LockFile()
 {
-   if (!file) {
+   if (!file || getpid() != owner) {
       return;
    }
    // The name first: whoever waits for this file then sees that it is no longer the one.

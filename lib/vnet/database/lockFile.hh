@@ -6,12 +6,13 @@
 
 #include <chrono>
 #include <string>
+#include <sys/types.h>
 
 namespace vnet {
 
 // A lock on the file "networking.lock" of a folder (flock(2)), held as long as the object lives. It
 // is the open file's, so two objects of one process exclude each other, too, and the death of its
-// process ends it. The file goes with it.
+// process ends it. The file goes with it. A child that inherits the object has no part in it.
 class LockFile {
 public:
    // Makes the folder, mode 0755, if it isn't there, and waits for the lock as long as patience
@@ -28,6 +29,7 @@ private:
 
    Descriptor folder;
    Descriptor file;
+   pid_t owner;
 };
 
 } // namespace vnet

@@ -15,7 +15,8 @@ enum class Service { Bridge, Dhcp, Nat };
 // Every operation throws Error when it fails, with what it couldn't do left to the next comparison.
 // The networks are named by index; settings are the database's as they stand in memory. All
 // operations but HasPrivilege, ListAdapters and ListOccupied are called with the database's lock
-// held, so that two processes never change the host at the same time.
+// held, so that two processes never change the host at the same time; a Finish that has nothing to
+// do may lack it.
 class HostSide {
 public:
    virtual ~HostSide() = default;

@@ -124,6 +124,22 @@ TEST(LockFileTest, AChildThatInheritsTheFileDoesNotHoldIt)
    waitpid(child, nullptr, 0);
 }
 
+TEST(LockFileTest, AChildThatLetsGoOfItsCopyLeavesItHeld)
+{
+   TempPlace const place;
+   auto lock = std::make_unique<LockFile>(LockFile::Take(place.GetLockFolder(), 0ms));
+   pid_t const child = fork();
+   if (child == 0) {
+      lock.reset();
+      _exit(0);
+   }
+   waitpid(child, nullptr, 0);
+
+   EXPECT_THROW(LockFile::Take(place.GetLockFolder(), 0ms), Error);
+   lock.reset();
+   EXPECT_TRUE(std::filesystem::is_empty(place.GetLockFolder()));
+}
+
 TEST(LockFileTest, SignalsDoNotCutTheWaitingShort)
 {
    TempPlace const place;
