@@ -9,9 +9,11 @@
 #include "vnet/process/serviceUser.hh"
 #include "vnet/values/address.hh"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdint>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 
 namespace vnet::services {
@@ -34,6 +36,16 @@ std::string MakeQuestion(std::string const& name)
       question += static_cast<char>(label.size()) + label;
    }
    return question + std::string("\x00\x00\x01\x00\x01", 5);
+}
+
+template <class Thing>
+std::vector<Thing> GetGone(std::vector<Thing> const& before, std::vector<Thing> const& now)
+{
+   std::vector<Thing> gone;
+   std::copy_if(before.begin(), before.end(), std::back_inserter(gone), [&now](auto const& thing) {
+      return std::find(now.begin(), now.end(), thing) == now.end();
+   });
+   return gone;
 }
 
 } // namespace
@@ -154,29 +166,43 @@ void RealNetworkTest::MakeBridge(WantedNetwork const& wanted)
 
 void RealNetworkTest::MakeAddresses(WantedNetwork const& wanted, host::Link const& link)
 {
-   // Only those that go are touched, as the plan promises that the order doesn't matter.
-   GetHost().Command("ip route flush dev " + link.name + " proto static");
+   auto const& before = made[wanted.index].wanted;
    host::Addresses addresses(*socket);
-   auto const& before = made[wanted.index].wanted.addresses;
-   for (auto const& [address, length, scopeLink] : before) {
-      addresses.Remove(link, {link.index, address, static_cast<unsigned char>(length)});
+   auto const convert = [&link](WantedAddress const& address) {
+      auto const scope = address.scopeLink ? RT_SCOPE_LINK : RT_SCOPE_UNIVERSE;
+      return host::InterfaceAddress{link.index, address.address,
+                                    static_cast<unsigned char>(address.prefixLength), 0,
+                                    static_cast<unsigned char>(scope)};
+   };
+   for (auto const& address : GetGone(before.addresses, wanted.addresses)) {
+      addresses.Remove(link, convert(address));
    }
-   for (auto const& [address, length, scopeLink] : wanted.addresses) {
-      addresses.Add(link,
-                    {link.index, address, static_cast<unsigned char>(length), 0,
-                     static_cast<unsigned char>(scopeLink ? RT_SCOPE_LINK : RT_SCOPE_UNIVERSE)});
+   for (auto const& address : wanted.addresses) {
+      addresses.Add(link, convert(address));
    }
    for (auto const& [address, length] : wanted.addresses6) {
       GetHost().Command("ip addr replace " + address + "/" + std::to_string(length) + " dev " +
                         link.name + " nodad");
    }
-   for (auto const& [destination, source] : wanted.routes) {
+   MakeRoutes(wanted, link);
+}
+
+void RealNetworkTest::MakeRoutes(WantedNetwork const& wanted, host::Link const& link)
+{
+   auto const convert = [&link](WantedRoute const& wantedRoute) {
       host::Route route;
-      route.destination = destination.address;
-      route.prefixLength = static_cast<unsigned char>(destination.prefixLength);
+      route.destination = wantedRoute.destination.address;
+      route.prefixLength = static_cast<unsigned char>(wantedRoute.destination.prefixLength);
       route.link = link.index;
-      route.source = source;
-      host::Routes(*socket).Add(route);
+      route.source = wantedRoute.source;
+      return route;
+   };
+   host::Routes routes(*socket);
+   for (auto const& route : GetGone(made[wanted.index].wanted.routes, wanted.routes)) {
+      routes.Remove(convert(route));
+   }
+   for (auto const& route : wanted.routes) {
+      routes.Add(convert(route));
    }
 }
 

@@ -41,7 +41,8 @@ protected:
    NetworkSettings& AddNat(unsigned int index, std::string const& subnet);
    NetworkSettings& AddHostOnly(unsigned int index, std::string const& subnet);
 
-   // Makes what is planned for the network, in place of what this made for it before.
+   // Makes what is planned for the network of what this made for it before. What stays is left
+   // alone, so what comes is behind it.
    WantedNetwork Make(unsigned int index);
    // The same with NAT stopped.
    void Park(unsigned int index);
@@ -62,6 +63,7 @@ private:
    void MakeOutside();
    void MakeBridge(WantedNetwork const& wanted);
    void MakeAddresses(WantedNetwork const& wanted, host::Link const& link);
+   void MakeRoutes(WantedNetwork const& wanted, host::Link const& link);
    void MakeDnsmasq(WantedNetwork const& wanted, host::Link const& link);
    Guest& Plug(unsigned int index);
 
