@@ -4,7 +4,9 @@
 #include "vnet/engine/adapterChoice.hh"
 #include "vnet/engine/failures.hh"
 #include "vnet/engine/host.hh"
+#include "vnet/engine/notes.hh"
 #include "vnet/engine/ours.hh"
+#include "vnet/engine/patchState.hh"
 #include "vnet/host/patchPairs.hh"
 
 #include <algorithm>
@@ -72,24 +74,35 @@ void Bridging::Release(services::WantedNetwork const& wanted)
    auto const chosen = Choose(wanted);
    for (auto const& adapter : List(wanted.bridge.name)) {
       if (adapter != chosen) {
-         known.erase(wanted.bridge.name);
          Detach(adapter);
       }
    }
 }
 
-void Bridging::Apply(services::WantedNetwork const& wanted)
+bool Bridging::IsRight(services::WantedNetwork const& wanted, Notes const& notes)
 {
    auto const chosen = Choose(wanted);
-   Known const now{chosen.value_or(""), host.view.GetGeneration()};
-   auto const found = known.find(wanted.bridge.name);
-   if (!chosen || (found != known.end() && found->second == now)) {
+   auto const joined = List(wanted.bridge.name);
+   if (!chosen) {
+      return joined.empty();
+   }
+   return joined == std::vector<std::string>{*chosen} &&
+          notes.IsPatch(DescribePatch(host, *chosen, wanted.bridge.name));
+}
+
+void Bridging::Apply(services::WantedNetwork const& wanted, Notes const& notes)
+{
+   auto const chosen = Choose(wanted);
+   if (!chosen) {
+      notes.RemovePatch();
       return;
    }
-   known.erase(wanted.bridge.name);
+   if (IsRight(wanted, notes)) {
+      return;
+   }
    host.patches.Attach(*chosen, wanted.bridge.name);
    host.view.Refresh();
-   known[wanted.bridge.name] = {*chosen, host.view.GetGeneration()};
+   notes.WritePatch(DescribePatch(host, *chosen, wanted.bridge.name));
 }
 
 std::vector<std::string> Bridging::Remark(services::WantedNetwork const& wanted) const

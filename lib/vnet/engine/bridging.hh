@@ -4,13 +4,13 @@
 
 #include "vnet/services/wanted.hh"
 
-#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace vnet::engine {
 
+class Notes;
 struct Host;
 
 // Every failure throws Error.
@@ -24,23 +24,17 @@ public:
    std::optional<std::string> Choose(services::WantedNetwork const& wanted) const;
    // Takes off what isn't wanted.
    void Release(services::WantedNetwork const& wanted);
+   // Whether what is joined is what is wanted, and as it was when it was joined.
+   bool IsRight(services::WantedNetwork const& wanted, Notes const& notes);
    // Joins what is wanted, or puts it right. An adapter that another bridge has leaves it first.
-   void Apply(services::WantedNetwork const& wanted);
+   void Apply(services::WantedNetwork const& wanted, Notes const& notes);
    // What the user should know of the choice.
    std::vector<std::string> Remark(services::WantedNetwork const& wanted) const;
    // Takes off adapters of bridges that aren't there, and of none.
    void Sweep();
 
 private:
-   struct Known {
-      std::string adapter;
-      unsigned long generation = 0; // of the host's view
-
-      bool operator==(Known const&) const = default;
-   };
-
    Host& host;
-   std::map<std::string, Known> known; // by bridge: what was joined, or looked at, last
 
    void Detach(std::string const& adapter);
 };

@@ -27,21 +27,6 @@ Part GetPart(Service service)
    throw Error("find", "a service", "There is none of this number");
 }
 
-std::set<unsigned int> ListWanted(Settings const& settings)
-{
-   std::set<unsigned int> wanted;
-   for (auto const& [index, network] : settings.networks) {
-      wanted.insert(index);
-   }
-   for (auto const& [name, index] : settings.adapters) {
-      wanted.insert(index);
-   }
-   if (settings.automatic) {
-      wanted.insert(*settings.automatic);
-   }
-   return wanted;
-}
-
 // A bridged network without an adapter has no part, and yet is one: what it was before has to go.
 bool CanStart(Settings const& settings, unsigned int index, Part part)
 {
@@ -205,7 +190,7 @@ void Engine::Finish(Settings const& settings, bool changed)
 
 std::set<unsigned int> Engine::ListAll(Settings const& settings)
 {
-   auto all = ListWanted(settings);
+   auto all = ListKnown(settings);
    all.merge(GetNetworks().ListPresent());
    return all;
 }
@@ -297,12 +282,10 @@ void Engine::Reconcile(Settings const& settings, unsigned int index)
    }
 }
 
-// What the database doesn't hold any more goes, plugged or not.
 void Engine::ReconcilePresent(Settings const& settings, unsigned int index)
 {
    auto& all = GetNetworks();
-   bool const wanted = ListWanted(settings).contains(index);
-   all.Apply(settings, index, wanted ? all.ReadStopped(index) : Parts{});
+   all.Apply(settings, index, all.ReadStopped(index));
 }
 
 // --- Looking ---

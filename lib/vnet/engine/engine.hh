@@ -48,7 +48,7 @@ public:
 
    // --- Without marks: boot, the command line and the watcher ---
 
-   // Makes every network what settings want, also those that were stopped, and removes those that
+   // Makes every network what settings want, also those that were stopped, and stops those that
    // settings don't hold. Ensures the watcher if any runs, and ends it if none does. Carries on
    // after a failure; throws Error with all of them.
    void StartAll(Settings const& settings);

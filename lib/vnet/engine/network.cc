@@ -85,7 +85,7 @@ void Network::Apply(WantedNetwork const& wanted)
    }
    failures.Try([&] { SettleForwards(wanted); });
    if (bare) {
-      failures.Try([&] { shared.bridging.Apply(wanted); });
+      failures.Try([&] { shared.bridging.Apply(wanted, notes); });
    }
    failures.Throw("run", name);
 }
@@ -143,10 +143,7 @@ std::vector<std::string> Network::Compare(WantedNetwork const& wanted)
    if (!dnsmasq.Runs(wanted.dnsmasq)) {
       differences.push_back("dnsmasq");
    }
-   auto const chosen = shared.bridging.Choose(wanted);
-   auto const wantedAdapters =
-      chosen ? std::vector<std::string>{*chosen} : std::vector<std::string>{};
-   if (shared.bridging.List(name) != wantedAdapters) {
+   if (!shared.bridging.IsRight(wanted, notes)) {
       differences.push_back("adapter");
    }
    return differences;

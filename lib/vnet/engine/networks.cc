@@ -23,6 +23,11 @@ bool WantsSubnet(Settings const& settings, unsigned int index, Subnet const& sub
    return wanted && wanted->Overlaps(subnet);
 }
 
+bool IsKnown(Settings const& settings, unsigned int index)
+{
+   return ListKnown(settings).contains(index);
+}
+
 State GetState(bool present, bool foreign, Parts const& stopped)
 {
    if (foreign) {
@@ -50,20 +55,25 @@ Network Networks::GetNetwork(unsigned int index)
    return Network({host, rules, bridging, switches, *facts}, index);
 }
 
+// Of one that the database doesn't hold, a bridge is left as long as something is plugged in.
+WantedNetwork Networks::PlanPresent(Settings const& settings, unsigned int index,
+                                    Parts const& stopped)
+{
+   return PlanWithout(settings, index, IsKnown(settings, index) ? stopped : allParts, *facts);
+}
+
 void Networks::Apply(Settings const& settings, unsigned int index, Parts const& stopped,
                      std::set<unsigned int> const& yielding)
 {
    Refresh();
-   auto const wanted = PlanWithout(settings, index, stopped, *facts);
+   auto const wanted = PlanPresent(settings, index, stopped);
    auto network = GetNetwork(index);
    bool const foreign = network.IsForeign();
-   if (wanted.kind == services::Kind::Absent) {
-      network.Remove();
-      network.ForgetLeases();
-      return;
-   }
    if (NeedsPlug(wanted) && !foreign && network.ListPlugged().empty()) {
       network.Remove();
+      if (!IsKnown(settings, index)) {
+         network.ForgetLeases();
+      }
       return;
    }
    if (foreign) {
@@ -117,6 +127,21 @@ void Networks::Tell(WantedNetwork const& wanted)
    }
 }
 
+std::set<unsigned int> ListKnown(Settings const& settings)
+{
+   std::set<unsigned int> known;
+   for (auto const& [index, network] : settings.networks) {
+      known.insert(index);
+   }
+   for (auto const& [name, index] : settings.adapters) {
+      known.insert(index);
+   }
+   if (settings.automatic) {
+      known.insert(*settings.automatic);
+   }
+   return known;
+}
+
 std::set<unsigned int> Networks::ListPresent()
 {
    Refresh();
@@ -155,7 +180,7 @@ Report Networks::Look(Settings const& settings, unsigned int index)
    bool const present = ListPresent().contains(index);
    auto const stopped = network.GetNotes().ReadStopped();
    auto const wanted = PlanWithout(settings, index, {}, *facts);
-   auto const now = PlanWithout(settings, index, stopped, *facts);
+   auto const now = PlanPresent(settings, index, stopped);
    Report report;
    report.state = GetState(present, network.IsForeign(), stopped);
    report.kind = wanted.kind;

@@ -19,14 +19,18 @@
 
 namespace vnet::engine {
 
+// The networks that the database holds.
+std::set<unsigned int> ListKnown(Settings const& settings);
+
 // Every failure throws Error.
 class Networks {
 public:
    explicit Networks(Place const& where);
 
-   // Makes a network what settings want, but for the parts that are stopped, and removes one that
-   // settings don't hold. A subnet that another network has is taken from there if settings give it
-   // to that one no longer, or if that one is one of `yielding`; else it is a failure.
+   // Makes a network what settings want, but for the parts that are stopped. Of one that settings
+   // don't hold, and of one that is stopped, nothing is left but, as long as anything is plugged
+   // in, its bridge. A subnet that another network has is taken from there if settings give it to
+   // that one no longer, or if that one is one of `yielding`; else it is a failure.
    void Apply(Settings const& settings, unsigned int index, Parts const& stopped,
               std::set<unsigned int> const& yielding = {});
    void Remove(unsigned int index);
@@ -57,6 +61,8 @@ private:
    std::set<std::string> told;
 
    Network GetNetwork(unsigned int index);
+   services::WantedNetwork PlanPresent(Settings const& settings, unsigned int index,
+                                       Parts const& stopped);
    void TakeSubnet(Settings const& settings, services::WantedNetwork const& wanted,
                    std::set<unsigned int> const& yielding);
    void Tell(services::WantedNetwork const& wanted);

@@ -6,9 +6,8 @@
 #include "vnet/values/parse.hh"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <dirent.h>
+#include <filesystem>
 #include <glib.h>
 #include <memory>
 #include <sstream>
@@ -21,6 +20,7 @@ namespace {
 constexpr auto stoppedName = "stopped";
 constexpr auto forwardsName = "forwards";
 constexpr auto rulesName = "rules";
+constexpr auto patchName = "patch";
 
 struct PartName {
    Part part;
@@ -83,11 +83,10 @@ std::set<unsigned int> Notes::List(std::string const& runFolder)
 
 void Notes::Remove() const
 {
-   for (auto const* name : {stoppedName, forwardsName, rulesName}) {
-      process::RemoveFile(folder + "/" + name);
-   }
-   if (rmdir(folder.c_str()) < 0 && errno != ENOENT) {
-      throw Error("remove", folder, strerror(errno));
+   std::error_code error;
+   std::filesystem::remove_all(folder, error);
+   if (error) {
+      throw Error("remove", folder, error.message());
    }
 }
 
@@ -168,6 +167,21 @@ Notes::Rules Notes::ReadRules() const
 void Notes::WriteRules(Rules const& rules) const
 {
    Write(rulesName, rules.text + "\n" + rules.listing + "\n");
+}
+
+bool Notes::IsPatch(std::string const& description) const
+{
+   return Read(patchName) == GetFingerprint(description) + "\n";
+}
+
+void Notes::WritePatch(std::string const& description) const
+{
+   Write(patchName, GetFingerprint(description) + "\n");
+}
+
+void Notes::RemovePatch() const
+{
+   process::RemoveFile(folder + "/" + patchName);
 }
 
 } // namespace vnet::engine

@@ -20,7 +20,7 @@ public:
 
    // Whether there are any, also only in part.
    bool Exist() const;
-   // Removes them and the folder. Throws Error.
+   // Removes them and the folder with whatever a process that died left there. Throws Error.
    void Remove() const;
    // The networks of which there are any.
    static std::set<unsigned int> List(std::string const& runFolder);
@@ -44,6 +44,11 @@ public:
    };
    Rules ReadRules() const;
    void WriteRules(Rules const& rules) const;
+
+   // What joining an adapter came to: whether it was this.
+   bool IsPatch(std::string const& description) const;
+   void WritePatch(std::string const& description) const;
+   void RemovePatch() const;
 
 private:
    std::string folder;

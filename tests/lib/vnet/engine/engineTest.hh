@@ -45,6 +45,8 @@ protected:
    void Plug(unsigned int index, std::string const& port = "guest");
 
    bool HasLink(std::string const& name);
+   // The device's index: another device of the same name has another.
+   std::string GetNumber(std::string const& name);
    // "192.168.8.1/24", those of IPv4, sorted.
    std::vector<std::string> ListAddresses(std::string const& device);
    bool HasTable(unsigned int index);

@@ -5,6 +5,7 @@
 #include "vnet/process/runningProcess.hh"
 
 #include <filesystem>
+#include <fstream>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -53,7 +54,7 @@ void AddLinks(Namespace const& host, HostState& state)
       line = Replace(line, "NO-CARRIER,|,LOWER_UP|state [A-Z]+ ", "");
       line = Replace(line, "@[^:]*:", ":");
       line = Replace(line, "link-netns(id)? \\S+", "");
-      line = Replace(line, "(hello|tcn|topology_change|gc)_timer +[0-9.]+", "");
+      line = Replace(line, "[a-z_]+_timer +[0-9.]+|tso_max_size [0-9]+", "");
       line = Replace(line, "qlen [0-9]+", "");
       line = Replace(line, "link/ether \\S+ (brd \\S+ .*veth)", "$1");
       line = Replace(line, "tv([ph])[0-9]+", "tv$1");
@@ -181,6 +182,13 @@ testing::AssertionResult AreEqual(HostState const& expected, HostState const& ac
       }
    }
    return result;
+}
+
+void WriteText(std::string const& path, std::string const& text)
+{
+   std::ofstream file(path, std::ios::trunc);
+   file << text << std::flush;
+   ASSERT_TRUE(file.good()) << path;
 }
 
 } // namespace test

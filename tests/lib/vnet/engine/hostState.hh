@@ -23,4 +23,7 @@ HostState TakeIdentity(netlab::Namespace const& host);
 // A failure tells the subjects that differ, with their lines.
 testing::AssertionResult AreEqual(HostState const& expected, HostState const& actual);
 
+// Replaces a file of the laboratory's own.
+void WriteText(std::string const& path, std::string const& text);
+
 } // namespace test

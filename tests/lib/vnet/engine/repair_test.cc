@@ -73,7 +73,7 @@ TEST_P(RepairTest, IsSeenAndPutRight)
    auto const table = GetHost().Command("nft -a list table inet tavrin-tvnet8");
    auto const pids = ListDnsmasqs(8);
    auto const otherPids = ListDnsmasqs(1);
-   auto const bridge = GetHost().Command("ip -o link show tvnet8");
+   auto const bridge = GetNumber("tvnet8");
    harm.change(GetHost());
    ASSERT_FALSE(test::AreEqual(good, test::TakeState(GetHost())));
 
@@ -85,7 +85,7 @@ TEST_P(RepairTest, IsSeenAndPutRight)
    EXPECT_EQ(harm.newTable, table != GetHost().Command("nft -a list table inet tavrin-tvnet8"));
    EXPECT_EQ(harm.newDnsmasq, pids != ListDnsmasqs(8));
    EXPECT_EQ(otherPids, ListDnsmasqs(1));
-   EXPECT_EQ(harm.newBridge, bridge != GetHost().Command("ip -o link show tvnet8"));
+   EXPECT_EQ(harm.newBridge, bridge != GetNumber("tvnet8"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Harm, RepairTest, testing::ValuesIn(harms),

@@ -57,7 +57,7 @@ TEST_F(StartTest, TurningTheAdapterOnAndOffMakesNothingElseAnew)
    settings.networks[8] = MakeNat(8);
    engine->StartAll(settings);
    auto const withAdapter = test::TakeState(GetHost());
-   auto const bridge = GetHost().Command("ip -o link show tvnet8");
+   auto const bridge = GetNumber("tvnet8");
 
    settings.networks[8].useAdapter = false;
    engine->StartAll(settings);
@@ -67,7 +67,7 @@ TEST_F(StartTest, TurningTheAdapterOnAndOffMakesNothingElseAnew)
    settings.networks[8].useAdapter = true;
    engine->StartAll(settings);
    EXPECT_TRUE(test::AreEqual(withAdapter, test::TakeState(GetHost())));
-   EXPECT_EQ(bridge, GetHost().Command("ip -o link show tvnet8"));
+   EXPECT_EQ(bridge, GetNumber("tvnet8"));
 }
 
 TEST_F(StartTest, AHostOnlyNetworkForwardsNothing)
