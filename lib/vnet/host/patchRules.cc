@@ -60,17 +60,20 @@ flush chain $TABLE bridge-to-host
 flush chain $TABLE host-to-bridge
 )";
 
-// What arrives at the adapter. The host's own multicast also arrives, looped back without an
-// Ethernet header (packet type 5, PACKET_LOOPBACK): it has been everywhere already. Frames to an
-// address that is neither the host's nor a known guest's go both ways, as other devices may share
-// the adapter, and a guest may have been silent.
+// What arrives at the adapter. Frames to an address that is neither the host's nor a known guest's
+// go both ways, as other devices may share the adapter, and a guest may have been silent. The
+// host's own multicast arrives too, looped back without an Ethernet header (PACKET_LOOPBACK, which
+// rules can't ask for): it has been everywhere already, and would be passed on with its IP header
+// in the place of the other. Newer kernels match no rule about Ethernet with it. Older ones read
+// the IP header, in which the EtherType is the beginning of the sender's address.
 constexpr std::string_view fromWire = R"(
-add rule $TABLE from-wire meta pkttype 5 accept
 add rule $TABLE from-wire meta mark & $BIT != 0 goto from-guest
 add rule $TABLE from-wire ether saddr @guests delete @guests { ether saddr }
 add rule $TABLE from-wire ether daddr $MAC accept
 add rule $TABLE from-wire ether daddr @guests fwd to $HOSTEND
-add rule $TABLE from-wire dup to $HOSTEND
+add rule $TABLE from-wire meta protocol ip ether type != { ip, 8021q, 8021ad } accept
+add rule $TABLE from-wire meta protocol ip6 ether type != { ip6, 8021q, 8021ad } accept
+add rule $TABLE from-wire ether daddr != $NONE dup to $HOSTEND
 )";
 
 // What the host takes from the bridge's guests: the packet type says whom a frame is for, and was

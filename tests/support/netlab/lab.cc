@@ -3,6 +3,7 @@
 
 #include "base/fileDescriptor.hh"
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -48,6 +49,12 @@ void EnterNamespaces()
    WriteFile("/proc/self/gid_map", "0 " + group + " 1");
 }
 
+void MountTmpfs(std::string const& folder)
+{
+   Check(mount("tmpfs", folder.c_str(), "tmpfs", 0, "mode=0755") == 0,
+         "mount a tmpfs on " + folder);
+}
+
 // The folder as it is, but writable and for this process alone.
 void MakePrivate(std::string const& folder, fs::path const& store)
 {
@@ -59,14 +66,19 @@ void MakePrivate(std::string const& folder, fs::path const& store)
          "mount an overlay on " + folder);
 }
 
+constexpr std::array emptyFolders{"/run", "/etc/tavrin", "/var/lib/tavrin"};
+
 // The overlays' stores hide below the /run that the test sees.
 void MakeFolders()
 {
    Check(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "make mounts private");
-   Check(mount("tmpfs", "/run", "tmpfs", 0, "mode=0755") == 0, "mount a tmpfs on /run");
+   MountTmpfs("/run");
    MakePrivate("/etc", "/run/etc");
    MakePrivate("/var/lib", "/run/lib");
-   Check(mount("tmpfs", "/run", "tmpfs", 0, "mode=0755") == 0, "mount a tmpfs on /run");
+   for (auto const* folder : emptyFolders) {
+      fs::create_directories(folder);
+      MountTmpfs(folder);
+   }
 }
 
 std::string Enter()
@@ -101,10 +113,8 @@ void MakeFreshHost()
 {
    Check(unshare(CLONE_NEWNET) == 0, "make a network namespace");
    MountSysfs();
-   Empty("/run");
-   for (auto const* folder : {"/etc/tavrin", "/var/lib/tavrin"}) {
-      fs::remove_all(folder);
-      fs::create_directories(folder);
+   for (auto const* folder : emptyFolders) {
+      Empty(folder);
    }
 }
 

@@ -29,6 +29,32 @@ protected:
          EXPECT_TRUE(port->WaitForText("the end"));
       }
    }
+
+   // A socket of the host that hears a multicast group on its adapter.
+   base::FileDescriptor Join(netlab::SocketAddress const& group)
+   {
+      auto socket = netlab::OpenSocket(GetHost(), group.storage.ss_family, SOCK_DGRAM);
+      group_req request{};
+      request.gr_interface = static_cast<std::uint32_t>(links->Require("eth0").index);
+      request.gr_group = group.storage;
+      EXPECT_EQ(0, bind(socket.Get(), group.Get(), group.length));
+      EXPECT_EQ(0, setsockopt(socket.Get(),
+                              group.storage.ss_family == AF_INET ? IPPROTO_IP : IPPROTO_IPV6,
+                              MCAST_JOIN_GROUP, &request, sizeof request));
+      return socket;
+   }
+
+   base::FileDescriptor OpenMulticastSender(netlab::SocketAddress const& group)
+   {
+      auto socket = netlab::OpenSocket(GetHost(), group.storage.ss_family, SOCK_DGRAM);
+      bool const four = group.storage.ss_family == AF_INET;
+      ip_mreqn by4{};
+      by4.imr_ifindex = links->Require("eth0").index;
+      EXPECT_EQ(0, four ? setsockopt(socket.Get(), IPPROTO_IP, IP_MULTICAST_IF, &by4, sizeof by4)
+                        : setsockopt(socket.Get(), IPPROTO_IPV6, IPV6_MULTICAST_IF,
+                                     &by4.imr_ifindex, sizeof by4.imr_ifindex));
+      return socket;
+   }
 };
 
 TEST_F(BridgePatchTest, GuestsHostAndStationReachEachOther)
@@ -140,36 +166,32 @@ TEST_F(BridgePatchTest, TheBridgeDeviceSaysNothingForTheHost)
 TEST_F(BridgePatchTest, TheHostsOwnMulticastGoesRoundOnce)
 {
    Attach();
-   PacketPort const one(guest, "eth0"), there(station, "eth0");
-   netlab::UdpEcho const service(GetHost(), 4001);
-   auto const sender = netlab::OpenSocket(GetHost(), AF_INET, SOCK_DGRAM);
-   auto const listener = netlab::OpenSocket(GetHost(), AF_INET, SOCK_DGRAM);
-   auto const group = netlab::MakeSocketAddress({"239.1.2.3", 4002});
-   int const on = 1;
-   setsockopt(listener.Get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-   ASSERT_EQ(0, bind(listener.Get(), group.Get(), group.length));
-   ip_mreqn membership{};
-   membership.imr_multiaddr = reinterpret_cast<sockaddr_in const*>(group.Get())->sin_addr;
-   membership.imr_ifindex = links->Require("eth0").index;
-   ASSERT_EQ(
-      0, setsockopt(listener.Get(), IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof membership));
-   ASSERT_EQ(0,
-             setsockopt(sender.Get(), IPPROTO_IP, IP_MULTICAST_IF, &membership, sizeof membership));
-   ASSERT_EQ(5, sendto(sender.Get(), "hello", 5, 0, group.Get(), group.length));
-   auto const isIt = [](Frame const& frame) {
-      return frame.destination == MacAddress{{1, 0, 0x5e, 1, 2, 3}};
-   };
-   EXPECT_TRUE(one.WaitFor(isIt));
-   EXPECT_TRUE(there.WaitFor(isIt));
-   PacketPort const host(GetHost(), "eth0");
-   Settle(host, {&one, &there});
-   EXPECT_EQ(1u, one.Count(isIt));
-   EXPECT_EQ(1u, there.Count(isIt));
-   // Passed on without its header, an IPv4 packet would make a frame that begins with its version.
-   EXPECT_EQ(0u, one.Count([](Frame const& frame) { return frame.destination.bytes[0] == 0x45; }));
-   char data[16];
-   EXPECT_EQ(5, recv(listener.Get(), data, sizeof data, MSG_DONTWAIT));
-   EXPECT_EQ(-1, recv(listener.Get(), data, sizeof data, MSG_DONTWAIT));
+   struct {
+      char const* group;
+      MacAddress mac;
+      std::uint8_t version; // the first byte of such a packet
+   } const groups[] = {{"239.1.2.3", {{1, 0, 0x5e, 1, 2, 3}}, 0x45},
+                       {"ff15::77", {{0x33, 0x33, 0, 0, 0, 0x77}}, 0x60}};
+   for (auto const& [group, mac, version] : groups) {
+      SCOPED_TRACE(group);
+      PacketPort const one(guest, "eth0"), there(station, "eth0"), host(GetHost(), "eth0");
+      auto const to = netlab::MakeSocketAddress({group, 4002});
+      auto const listener = Join(to);
+      auto const sender = OpenMulticastSender(to);
+      ASSERT_EQ(5, sendto(sender.Get(), "hello", 5, 0, to.Get(), to.length));
+      Settle(host, {&one, &there});
+      auto const isIt = [mac = mac](Frame const& frame) { return frame.destination == mac; };
+      // Those that tell routers of the group are none of it.
+      EXPECT_EQ(1u, one.Count(isIt));
+      EXPECT_EQ(1u, there.Count(isIt));
+      // Passed on without its header, a packet would make a frame that begins with its version.
+      EXPECT_EQ(0u, one.Count([version = version](Frame const& frame) {
+         return frame.destination.bytes[0] == version;
+      }));
+      char data[16];
+      EXPECT_EQ(5, recv(listener.Get(), data, sizeof data, MSG_DONTWAIT));
+      EXPECT_EQ(-1, recv(listener.Get(), data, sizeof data, MSG_DONTWAIT));
+   }
 }
 
 TEST_F(BridgePatchTest, FramesBetweenHostAndGuestStayOffTheWire)
