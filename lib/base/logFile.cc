@@ -25,9 +25,9 @@ LogFile Failed(std::string const& action, std::string const& path)
    return {path, {}, action + ' ' + path + ": " + std::strerror(errno)};
 }
 
-bool IsDigits(std::string_view text)
+bool HasOnlyDigits(std::string_view text)
 {
-   return !text.empty() && text.find_first_not_of("0123456789") == text.npos;
+   return text.find_first_not_of("0123456789") == text.npos;
 }
 
 // True for "<prefix>-<digits>.log" and nothing else.
@@ -35,7 +35,8 @@ bool IsProcessLogName(std::string_view name, std::string_view prefix)
 {
    size_t fixed = prefix.size() + 1 + ENDING.size();
    return name.size() > fixed && name.starts_with(prefix) && name[prefix.size()] == '-' &&
-          name.ends_with(ENDING) && IsDigits(name.substr(prefix.size() + 1, name.size() - fixed));
+          name.ends_with(ENDING) &&
+          HasOnlyDigits(name.substr(prefix.size() + 1, name.size() - fixed));
 }
 
 struct OldFile {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -23,7 +24,9 @@ TEST(DirectoryTest, WhatLacksOfThePathIsMadeForTheUserAlone)
 {
    test::TempDir folder;
    std::string path = folder.GetPath() / "a/b/c";
-   EXPECT_TRUE(MakeDirectory(path).IsOpen());
+   FileDescriptor directory = MakeDirectory(path);
+   ASSERT_TRUE(directory.IsOpen());
+   EXPECT_EQ(FD_CLOEXEC, fcntl(directory.Get(), F_GETFD));
    EXPECT_EQ(0700u, ModeOf(folder.GetPath() / "a"));
    EXPECT_EQ(0700u, ModeOf(path));
    EXPECT_TRUE(MakeDirectory(path).IsOpen());

@@ -195,9 +195,10 @@ TEST_F(LogFileTest, WhatOnlyLooksLikeALogIsNeverRemoved)
       MakeOldFile("netcfg-" + std::to_string(100 + i) + ".log", 1000 + i);
    }
    std::set<std::string> others = {
-      "netcfg-.log",   "netcfg-1x.log",  "netcfg--1.log",      "netcfg-1.log.gz", "netcfg-1.LOG",
-      "xnetcfg-1.log", "netcfgx-1.log",  "netcfg-1.2.log",     "other-1.log",     "netcfg.log",
-      "netcfg-1",      "netcfg-1-1.log", "netcfg-\xd9\xa1.log"};
+      "netcfg-.log",  "netcfg-1x.log", "netcfg--1.log", "netcfg-1.log.gz",
+      "netcfg-1.LOG", "xnetcfg-1.log", "netcfgx-1.log", "netcfg-1.2.log",
+      "other-1.log",  "netcfg.log",    "netcfg-1",      "netcfg-1-1.log",
+      "netcfg.1.log", "netcfgx1.log",  "xetcfg-1.log",  "netcfg-\xd9\xa1.log"};
    for (std::string const& name : others) {
       MakeOldFile(name, 0);
    }
