@@ -38,9 +38,14 @@ void Rules::Apply(unsigned int index, std::string const& text, Notes const& note
    host.ruleset.Run(text, table);
    host.view.Refresh();
    auto const generation = host.view.GetTableGeneration(table);
-   auto const note = Notes::Rules::Of(text, host.ruleset.List(family, table));
-   notes.WriteRules(note);
-   known[index] = {text, generation, note};
+   auto const listing = host.ruleset.List(family, table);
+   host.view.Refresh();
+   // What somebody else made of them in between isn't noted as ours: the next comparison sees it.
+   if (!listing.empty() && generation == host.view.GetTableGeneration(table)) {
+      auto const note = Notes::Rules::Of(text, listing);
+      notes.WriteRules(note);
+      known[index] = {text, generation, note};
+   }
 }
 
 void Rules::Remove(unsigned int index)
