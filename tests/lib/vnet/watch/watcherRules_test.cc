@@ -1,0 +1,206 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Rules that others change.
+#include "lib/vnet/watch/watchTest.hh"
+#include "support/netlab/ping.hh"
+#include "vnet/database/lockFile.hh"
+#include "vnet/host/ruleset.hh"
+
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+namespace vnet::watch {
+
+namespace {
+
+class WatcherRulesTest : public WatchTest {
+protected:
+   void Start(std::string const& more = "")
+   {
+      WriteDatabase(GetAutomatic({"eth0"}) + GetHosted() + more);
+      RunWell({"start"});
+      ASSERT_TRUE(FallsAsleep(GetWatcher()));
+      before = ListRules();
+   }
+
+   // Without the guests that patches have learned, and with the tables in a fixed order.
+   std::string ListRules()
+   {
+      std::string text;
+      std::pair<char const*, char const*> const tables[] = {{"inet", "tavrin-tvnet0"},
+                                                            {"inet", "tavrin-tvnet1"},
+                                                            {"inet", "tavrin-tvnet8"},
+                                                            {"netdev", "tavrin-patch-eth0"}};
+      for (auto const& [family, table] : tables) {
+         // One that isn't there is a complaint in the text.
+         test::TestProcess list({"nft", "-s", "list", "table", family, table});
+         list.Wait();
+         text += list.GetOutput();
+      }
+      return text;
+   }
+
+   bool ComeBack(test::Milliseconds deadline = aSecond)
+   {
+      return test::Eventually([this] { return ListRules() == before; }, deadline);
+   }
+
+   std::string before;
+   netlab::Namespace guest;
+};
+
+TEST_F(WatcherRulesTest, AFlushedRulesetIsBackWithinASecond)
+{
+   Start();
+   GetHost().Command("nft flush ruleset");
+   EXPECT_TRUE(ComeBack());
+   EXPECT_EQ(before, ListRules());
+}
+
+TEST_F(WatcherRulesTest, SoItIsSeveralTimesInARow)
+{
+   Start();
+   for (int i = 0; i < 4; ++i) {
+      GetHost().Command("nft flush ruleset");
+      ASSERT_TRUE(ComeBack()) << i;
+   }
+}
+
+TEST_F(WatcherRulesTest, OneTableOfManyIsPutBack)
+{
+   Start();
+   for (auto const* table :
+        {"inet tavrin-tvnet8", "inet tavrin-tvnet0", "netdev tavrin-patch-eth0"}) {
+      GetHost().Command("nft delete table " + std::string(table));
+      EXPECT_TRUE(ComeBack()) << table;
+   }
+}
+
+TEST_F(WatcherRulesTest, RulesThatWereAddedOrTakenOutArePutRight)
+{
+   Start();
+   GetHost().Command("nft insert rule inet tavrin-tvnet8 forward accept");
+   EXPECT_TRUE(ComeBack());
+   GetHost().Command("nft flush chain inet tavrin-tvnet1 forward");
+   EXPECT_TRUE(ComeBack());
+   GetHost().Command("nft flush chain netdev tavrin-patch-eth0 from-wire");
+   EXPECT_TRUE(ComeBack());
+}
+
+TEST_F(WatcherRulesTest, OthersRulesAreLeftAlone)
+{
+   Start();
+   long const asleep = CountSwitches(GetWatcher());
+   GetHost().Command("nft add table inet theirs");
+   GetHost().Command("nft add chain inet theirs c");
+   GetHost().Command("nft add rule inet theirs c accept");
+   auto const theirs = GetHost().Command("nft list table inet theirs");
+   // It hears of them, and of our own table's return.
+   ASSERT_TRUE(test::Eventually([&] { return CountSwitches(GetWatcher()) > asleep; }));
+   GetHost().Command("nft delete table inet tavrin-tvnet8");
+   ASSERT_TRUE(ComeBack());
+   EXPECT_EQ(theirs, GetHost().Command("nft list table inet theirs"));
+   GetHost().Command("nft delete table inet theirs");
+}
+
+TEST_F(WatcherRulesTest, GuestsAreServedAgainAfterAFlush)
+{
+   Start();
+   Plug(guest, "tap0", "tvnet8");
+   guest.AddAddress("eth0", "192.168.8.50/24");
+   guest.Command("ip route add default via 192.168.8.2");
+   ASSERT_TRUE(netlab::Ping(guest, "10.3.0.9"));
+   GetHost().Command("nft flush ruleset");
+   ASSERT_TRUE(ComeBack());
+   EXPECT_TRUE(netlab::Ping(guest, "10.3.0.9"));
+   // Another network's host, which without rules would answer.
+   EXPECT_FALSE(netlab::Ping(guest, "192.168.1.1", netlab::silence));
+}
+
+// A tool that doesn't let our table be has it removed a few times a minute, not a thousand times.
+TEST_F(WatcherRulesTest, AFightIsNoStorm)
+{
+   Start();
+   int removed = 0;
+   {
+      host::Ruleset ruleset;
+      auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(3);
+      while (std::chrono::steady_clock::now() < end) {
+         if (ruleset.HasTable("inet", "tavrin-tvnet8")) {
+            ruleset.Delete("inet", "tavrin-tvnet8");
+            ++removed;
+         }
+         test::Pause();
+      }
+   }
+   EXPECT_GE(removed, 4);
+   EXPECT_LE(removed, 9);
+   EXPECT_TRUE(ComeBack(test::patience));
+}
+
+TEST_F(WatcherRulesTest, NothingHappensInTheMiddleOfASave)
+{
+   Start();
+   {
+      auto const lock = LockFile::Take("/run/tavrin", test::patience);
+      GetHost().Command("nft flush ruleset");
+      EXPECT_FALSE(test::Eventually([this] { return ListTables() != ""; }, aSecond));
+   }
+   EXPECT_TRUE(ComeBack());
+}
+
+TEST_F(WatcherRulesTest, TheDatabaseIsReadAnew)
+{
+   Start();
+   auto const changed =
+      ReadDatabase() + "[tvnet8 forward tcp 2222]\naddress=192.168.8.60\nport=22\n";
+   {
+      auto const lock = LockFile::Take("/run/tavrin", test::patience);
+      WriteDatabase(changed.substr(changed.find("automatic=")));
+      GetHost().Command("nft flush ruleset");
+   }
+   EXPECT_TRUE(test::Eventually(
+      [this] { return ListRules().find("192.168.8.60") != std::string::npos; }, aSecond));
+}
+
+TEST_F(WatcherRulesTest, WithADamagedDatabaseTheRulesComeBackAsTheyWere)
+{
+   Start();
+   WriteDatabase("version=99\n");
+   GetHost().Command("nft flush ruleset");
+   EXPECT_TRUE(ComeBack());
+}
+
+TEST_F(WatcherRulesTest, SavesInARowDoNotMakeItSlow)
+{
+   Start();
+   for (int i = 0; i < 8; ++i) {
+      RunWell({"restart", "8"});
+   }
+   GetHost().Command("nft flush ruleset");
+   EXPECT_TRUE(ComeBack());
+}
+
+TEST_F(WatcherRulesTest, ForwardedPortsAreHeldAsLongAsTheNetworkRuns)
+{
+   auto const isFree = [](int type, std::uint16_t port) {
+      base::FileDescriptor const probe(socket(AF_INET, type | SOCK_CLOEXEC, 0));
+      sockaddr_in address{};
+      address.sin_family = AF_INET;
+      address.sin_port = htons(port);
+      return bind(probe.Get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+   };
+   Start("[tvnet8 forward tcp 2222]\naddress=192.168.8.60\nport=22\n"
+         "[tvnet8 forward udp 5300]\naddress=192.168.8.60\nport=53\n");
+   EXPECT_FALSE(isFree(SOCK_STREAM, 2222));
+   EXPECT_FALSE(isFree(SOCK_DGRAM, 5300));
+   RunWell({"stop", "8"});
+   EXPECT_TRUE(test::Eventually([&] { return isFree(SOCK_STREAM, 2222); }));
+   EXPECT_TRUE(test::Eventually([&] { return isFree(SOCK_DGRAM, 5300); }));
+   RunWell({"start", "8"});
+   EXPECT_TRUE(test::Eventually([&] { return !isFree(SOCK_STREAM, 2222); }));
+}
+
+} // namespace
+
+} // namespace vnet::watch
