@@ -14,7 +14,8 @@ namespace vnet::host {
 // later gets "Address already in use". What arrives at the socket is dropped unread.
 class PortHolder {
 public:
-   // Empty if a service of the host has the port. Throws Error for any other failure.
+   // Empty if a service of the host has the port. Throws Error for any other failure. Whether two
+   // holders can have one TCP port depends on the kernel.
    static std::optional<PortHolder> Hold(bool tcp, std::uint16_t port);
 
 private:
