@@ -60,19 +60,20 @@ void AddHostIpv4(Sysctls& sysctls, HostFacts const& facts)
 
 void AddHostIpv6(Sysctls& sysctls, HostFacts const& facts)
 {
-   if (facts.forwardsIpv6ByDevice) {
-      for (auto const& way : facts.waysOut) {
-         sysctls.push_back({"ipv6", way.device, "force_forwarding", "1", true});
-      }
-      return;
-   }
-   // A forwarding host forgets the routers that advertise to it, unless a device insists.
+   // When any device begins to forward, the host forgets the routers that advertise to it, but for
+   // those of devices that insist.
    for (auto const& way : facts.waysOut) {
       if (way.acceptRa > 0) {
          sysctls.push_back({"ipv6", way.device, "accept_ra", "2", true});
       }
    }
-   sysctls.push_back({"ipv6", "all", "forwarding", "1", true});
+   if (!facts.forwardsIpv6ByDevice) {
+      sysctls.push_back({"ipv6", "all", "forwarding", "1", true});
+      return;
+   }
+   for (auto const& way : facts.waysOut) {
+      sysctls.push_back({"ipv6", way.device, "force_forwarding", "1", true});
+   }
 }
 
 } // namespace
