@@ -119,7 +119,7 @@ void BridgePatch::JoinAnew(Link const& adapter, Link const& bridge, bool promisc
    }
 }
 
-// The rules come last: until then no frame of the host's own goes another way.
+// The rules come before the bridge's frames, which would all reach the host without them.
 void BridgePatch::Join(Link const& adapter, Link const& bridge, PatchPair const& pair,
                        bool promiscuous)
 {
@@ -135,14 +135,20 @@ void BridgePatch::Join(Link const& adapter, Link const& bridge, PatchPair const&
    Silence(port);
    Silence(hostEnd);
    TrafficControl(socket).RedirectArriving(hostEnd, adapter, redirectPriority);
-   links.SetUp(hostEnd, true);
-   links.SetUp(port, true);
+   SetRules({adapter.name, adapter.index, adapter.mac, bridge.name, port.name, hostEnd.index,
+             promiscuous});
+   PlugIn(adapter, bridge, pair);
+}
+
+void BridgePatch::PlugIn(Link const& adapter, Link const& bridge, PatchPair const& pair)
+{
+   auto const& port = pair.port.link;
    if (port.master != bridge.index) {
       links.SetMaster(port, bridge);
    }
    PinHost(adapter, bridge, port);
-   SetRules({adapter.name, adapter.index, adapter.mac, bridge.name, port.name, hostEnd.index,
-             promiscuous});
+   links.SetUp(pair.hostEnd.link, true);
+   links.SetUp(port, true);
 }
 
 void BridgePatch::SetMtus(std::uint32_t mtu, std::vector<Link> const& devices)

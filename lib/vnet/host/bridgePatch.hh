@@ -70,6 +70,7 @@ private:
    void LeaveOther(std::string const& adapter, std::string const& bridge);
    void JoinAnew(Link const& adapter, Link const& bridge, bool promiscuous);
    void Join(Link const& adapter, Link const& bridge, PatchPair const& pair, bool promiscuous);
+   void PlugIn(Link const& adapter, Link const& bridge, PatchPair const& pair);
    void SetMtus(std::uint32_t mtu, std::vector<Link> const& devices);
    void PinHost(Link const& adapter, Link const& bridge, Link const& port);
    void SetRules(PatchDevices const& devices);

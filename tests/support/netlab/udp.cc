@@ -133,12 +133,20 @@ UdpFlow::UdpFlow(Namespace const& place, Endpoint const& targetEndpoint, int int
 void UdpFlow::Send()
 {
    std::lock_guard const lock(mutex);
-   if (finishing) {
+   if (finishing || IsLagging()) {
       return;
    }
    // What can't even be sent counts as lost.
    sendto(socket.Get(), &sent, sizeof sent, MSG_DONTWAIT, target.Get(), target.length);
    ++sent;
+}
+
+// A slow machine answers late, and its buffers are small. Where answers stop altogether the sender
+// goes on, to see when they come again.
+bool UdpFlow::IsLagging() const
+{
+   auto const answered = answers.empty() ? 0 : answers.rbegin()->first + 1;
+   return sent - answered > 100 && Clock::now() - last < std::chrono::milliseconds(100);
 }
 
 void UdpFlow::Receive()

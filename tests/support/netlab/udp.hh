@@ -58,7 +58,7 @@ struct FlowReport {
 // One flow of numbered datagrams, from one socket, sent at a steady pace to something that echoes.
 class UdpFlow {
 public:
-   // A datagram each `interval` milliseconds, from now on.
+   // A datagram each `interval` milliseconds, from now on; fewer while the answers lag behind.
    UdpFlow(Namespace const& place, Endpoint const& target, int interval = 2);
 
    // Waits until `count` more answers came than at the moment of the call.
@@ -82,6 +82,7 @@ private:
    Worker worker;
 
    void Send();
+   bool IsLagging() const;
    void Receive();
    FlowReport MakeReport() const;
 };
