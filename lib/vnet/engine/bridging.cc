@@ -129,6 +129,9 @@ std::vector<std::string> Bridging::Remark(services::WantedNetwork const& wanted)
 
 void Bridging::Sweep()
 {
+   for (auto const& link : host::PatchPairs(host.links).ListNameless()) {
+      host.links.Delete(link);
+   }
    for (auto const& patch : host.patches.List()) {
       auto const* bridge = host.view.Find(patch.bridge);
       if (!bridge || !FindBridgeIndex(bridge->link)) {

@@ -30,7 +30,7 @@ public:
    void Apply(services::WantedNetwork const& wanted, Notes const& notes);
    // What the user should know of the choice.
    std::vector<std::string> Remark(services::WantedNetwork const& wanted) const;
-   // Takes off adapters of bridges that aren't there, and of none.
+   // Takes off adapters of bridges that aren't there, and removes what was begun for one.
    void Sweep();
 
 private:

@@ -153,6 +153,7 @@ void Engine::RemoveNetwork(Settings const&, unsigned int index)
    if (all.ListPresent().contains(index)) {
       touched = true;
       failures.Try([&] { all.Remove(index); });
+      failures.Try([&] { all.Sweep(); });
    }
    failures.Try([&] { all.ForgetLeases(index); });
    failures.Throw("remove", GetNetworkName(index));
@@ -250,6 +251,7 @@ void Engine::Stop(Settings const& settings, unsigned int index)
 {
    Failures failures;
    failures.Try([&] { GetNetworks().Apply(settings, index, allParts); });
+   failures.Try([&] { GetNetworks().Sweep(); });
    failures.Try([&] { UpdateWatcher(); });
    failures.Throw("stop", GetNetworkName(index));
 }

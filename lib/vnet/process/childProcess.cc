@@ -103,6 +103,7 @@ struct Launch {
    int null;
    int errors;
    int status;
+   pid_t parent;
    Command const& command;
 };
 
@@ -122,12 +123,18 @@ bool PlaceDescriptors(Launch const& launch)
           close_range(3, ~0U, CLOSE_RANGE_CLOEXEC) == 0;
 }
 
+// Whoever died before this was set is no longer our parent.
+bool TieToParent(Launch const& launch)
+{
+   return prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0) == 0 && getppid() == launch.parent;
+}
+
 bool Become(Launch const& launch)
 {
    ResetSignals();
    umask(launch.command.umask);
-   return PlaceDescriptors(launch) && chdir("/") == 0 &&
-          (!launch.command.newSession || setsid() >= 0) &&
+   return (!launch.command.endsWithUs || TieToParent(launch)) && PlaceDescriptors(launch) &&
+          chdir("/") == 0 && (!launch.command.newSession || setsid() >= 0) &&
           (!launch.command.noNewPrivileges || prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0);
 }
 
@@ -207,6 +214,7 @@ ChildProcess ChildProcess::Start(Command const& command)
                        null.Get(),
                        command.captureErrors ? errors.write.Get() : null.Get(),
                        status.write.Get(),
+                       getpid(),
                        command};
    pid_t const pid = Fork(launch);
    if (pid < 0) {

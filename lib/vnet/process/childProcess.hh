@@ -24,6 +24,9 @@ struct Command {
    bool noNewPrivileges = true;
    // It outlives us and our terminal: a session of its own.
    bool newSession = false;
+   // If the thread that starts it ends before it does, it is killed; its own children live on. So
+   // it can't begin its work when nobody waits for it any more.
+   bool endsWithUs = false;
    // Its standard error comes to us; else it goes to /dev/null.
    bool captureErrors = true;
 };

@@ -152,11 +152,16 @@ bool Dnsmasq::EndAll() const
    return ended;
 }
 
+// One that just starts may make another while we look.
 bool Dnsmasq::EndStrays() const
 {
    bool ended = false;
-   for (auto const& facts : FindProcesses(GetArguments())) {
-      ended = (IsOurs(facts) && End(facts)) || ended;
+   for (bool more = true; more;) {
+      more = false;
+      for (auto const& facts : FindProcesses(GetArguments())) {
+         more = (IsOurs(facts) && End(facts)) || more;
+      }
+      ended = ended || more;
    }
    return ended;
 }
@@ -179,8 +184,8 @@ void Dnsmasq::WriteFiles(DnsmasqTexts const& texts) const
    ReplaceFile(files.configuration, texts.configuration);
 }
 
-// An earlier process may have died between making a child and the child's becoming dnsmasq; that
-// one takes our place then, and is ended.
+// The first process is killed with us: else it could take its place after whoever comes next looked
+// for strays. What it made by then is found by its arguments.
 void Dnsmasq::Launch() const
 {
    for (int attempt = 1;; ++attempt) {

@@ -36,13 +36,17 @@ std::multiset<std::string> SortLines(std::string const& text)
 std::string Select(std::string const& text)
 {
    static std::regex const left("tv[ph][0-9]+ |fe80|ff00|multicast|anycast|linkdown");
-   std::string selected;
+   std::multiset<std::string> selected;
    for (auto const& line : SortLines(Replace(text, " linkdown", ""))) {
       if (!std::regex_search(line, left)) {
-         selected += Replace(line, "^[0-9]+: ", "") + "\n";
+         selected.insert(Replace(line, "^[0-9]+: ", ""));
       }
    }
-   return selected;
+   std::string joined;
+   for (auto const& line : selected) {
+      joined += line + "\n";
+   }
+   return joined;
 }
 
 // Without indices, with the random addresses of veth devices left out.
@@ -59,6 +63,19 @@ void AddLinks(Namespace const& host, HostState& state)
       line = Replace(line, "link/ether \\S+ (brd \\S+ .*veth)", "$1");
       line = Replace(line, "tv([ph])[0-9]+", "tv$1");
       state["link " + line.substr(0, line.find(':'))] = line;
+   }
+}
+
+// Each table by itself: their order is that of their making. What sets learned is left out.
+void AddRules(Namespace const& host, HostState& state)
+{
+   auto rules = Replace(host.Command("nft list ruleset"), "tv([ph])[0-9]+", "tv$1");
+   rules = Replace(rules, "elements = \\{[^}]*expires[^}]*\\}", "");
+   std::istringstream lines(rules);
+   std::string table;
+   for (std::string line; std::getline(lines, line);) {
+      table = line.starts_with("table ") ? line : table;
+      state[table] += line + "\n";
    }
 }
 
@@ -113,7 +130,7 @@ HostState TakeState(Namespace const& host)
    state["addresses"] = Select(host.Command("ip -o addr show"));
    state["routes"] = Select(host.Command("ip -4 route show table all"));
    state["routes 6"] = Select(host.Command("ip -6 route show table all"));
-   state["rules"] = Replace(host.Command("nft list ruleset"), "tv([ph])[0-9]+", "tv$1");
+   AddRules(host, state);
    AddFiles("/run/tavrin", state);
    AddFiles("/var/lib/tavrin", state);
    host.Run([&] {

@@ -3,6 +3,7 @@
 #include "lib/vnet/engine/engineTest.hh"
 
 #include "support/testProcess.hh"
+#include "vnet/process/runningProcess.hh"
 
 #include <csignal>
 #include <functional>
@@ -103,8 +104,9 @@ TEST_F(DeathTest, ADeadDnsmasqIsStartedAgain)
    engine->StartAll(settings);
    auto const pids = ListDnsmasqs(8);
    ASSERT_EQ(1u, pids.size());
-   kill(pids[0], SIGKILL);
-   ASSERT_TRUE(test::Eventually([&] { return ListDnsmasqs(8).empty(); }));
+   auto const dnsmasq = process::ProcessHandle::Open(process::FindProcess(pids[0])->identity);
+   dnsmasq->Signal(SIGKILL);
+   ASSERT_TRUE(dnsmasq->WaitForEnd(test::patience));
 
    EXPECT_THAT(ListDifferences(8), Contains("dnsmasq"));
    engine->Reconcile(settings);
