@@ -134,8 +134,7 @@ TestProcess TestProcess::MakeIdle()
 TestProcess::TestProcess(TestProcess&& other) noexcept
    : pid(std::exchange(other.pid, -1)), outputFd(std::exchange(other.outputFd, -1)),
      status(other.status)
-{
-}
+{}
 
 TestProcess::~TestProcess()
 {

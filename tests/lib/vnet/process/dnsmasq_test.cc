@@ -75,9 +75,21 @@ protected:
              "no-ping\ndhcp-authoritative\ndhcp-range=192.168.8.128,192.168.8.253,1800\n";
    }
 
+   // Another test may run one with the same path meanwhile, but in mounts of its own.
+   static bool SharesOurMounts(ProcessFacts const& facts)
+   {
+      std::error_code error;
+      auto const link = "/proc/" + std::to_string(facts.identity.pid) + "/ns/mnt";
+      return std::filesystem::read_symlink(link, error) ==
+             std::filesystem::read_symlink("/proc/self/ns/mnt");
+   }
+
    std::vector<ProcessFacts> ListRunning() const
    {
-      return FindProcesses({"/usr/sbin/dnsmasq", "--conf-file=" + GetFiles().configuration});
+      auto running =
+         FindProcesses({"/usr/sbin/dnsmasq", "--conf-file=" + GetFiles().configuration});
+      std::erase_if(running, [](ProcessFacts const& facts) { return !SharesOurMounts(facts); });
+      return running;
    }
 
    pid_t GetOnlyPid() const
