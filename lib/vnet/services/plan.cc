@@ -82,23 +82,6 @@ bool IsWhole(PortForward const& forward)
    return forward.hostPort != 0 && forward.vmPort != 0;
 }
 
-// A port of the host goes to one network, the lowest that wants it.
-std::set<PortKey> FindTakenPorts(Settings const& settings, unsigned int index)
-{
-   std::set<PortKey> taken;
-   for (auto const& [other, network] : settings.networks) {
-      if (other >= index) {
-         break;
-      }
-      for (auto const& forward : network.nat.forwards) {
-         if (network.useNat) {
-            taken.insert({forward.tcp, forward.hostPort});
-         }
-      }
-   }
-   return taken;
-}
-
 std::string FindObstacle(PortForward const& forward, Layout const& layout,
                          std::set<PortKey> const& taken)
 {
@@ -111,21 +94,48 @@ std::string FindObstacle(PortForward const& forward, Layout const& layout,
    return taken.contains({forward.tcp, forward.hostPort}) ? "another network forwards it" : "";
 }
 
-void PlanForwards(WantedNetwork& wanted, Settings const& settings, Layout const& layout)
+// What takes effect; the ports join those taken.
+std::vector<WantedForward> SelectForwards(NetworkSettings const& network, std::string const& name,
+                                          Layout const& layout, std::set<PortKey>& taken,
+                                          std::vector<std::string>& remarks)
 {
-   auto taken = FindTakenPorts(settings, wanted.index);
-   for (auto const& forward : FindSettings(settings, wanted.index)->nat.forwards) {
+   std::vector<WantedForward> selected;
+   for (auto const& forward : network.nat.forwards) {
       auto const obstacle = FindObstacle(forward, layout, taken);
       if (!obstacle.empty()) {
-         wanted.remarks.push_back("forward " + std::string(forward.tcp ? "TCP" : "UDP") + " port " +
-                                  std::to_string(forward.hostPort) + " to " + wanted.bridge.name +
-                                  ": " + obstacle);
+         remarks.push_back("forward " + std::string(forward.tcp ? "TCP" : "UDP") + " port " +
+                           std::to_string(forward.hostPort) + " to " + name + ": " + obstacle);
          continue;
       }
       taken.insert({forward.tcp, forward.hostPort});
-      wanted.forwards.push_back({forward.tcp, forward.hostPort, forward.address, forward.vmPort});
+      selected.push_back({forward.tcp, forward.hostPort, forward.address, forward.vmPort});
    }
-   std::sort(wanted.forwards.begin(), wanted.forwards.end());
+   std::sort(selected.begin(), selected.end());
+   return selected;
+}
+
+// A port of the host goes to one network, the lowest that wants it.
+std::set<PortKey> FindTakenPorts(Settings const& settings, unsigned int index)
+{
+   std::set<PortKey> taken;
+   std::vector<std::string> theirs;
+   for (auto const& [other, network] : settings.networks) {
+      if (other >= index || !network.useNat || network.nat.forwards.empty()) {
+         continue;
+      }
+      auto const name = GetNetworkName(other);
+      if (auto const layout = LayOut(network, name, false, theirs)) {
+         SelectForwards(network, name, *layout, taken, theirs);
+      }
+   }
+   return taken;
+}
+
+void PlanForwards(WantedNetwork& wanted, Settings const& settings, Layout const& layout)
+{
+   auto taken = FindTakenPorts(settings, wanted.index);
+   wanted.forwards = SelectForwards(*FindSettings(settings, wanted.index), wanted.bridge.name,
+                                    layout, taken, wanted.remarks);
 }
 
 // --- Addresses ---

@@ -221,7 +221,7 @@ TEST_F(Ipv6TrafficTest, AGuestsAdvertisementsMakeTheHostNoRouteAndNoAddress)
    EXPECT_EQ(std::string::npos, GetHost().Command("ip -6 addr").find("fd00:bad:"));
    EXPECT_EQ(std::string::npos, GetHost().Command("ip -6 route").find("fd00:bad:"));
    int pid = 0;
-   std::ifstream("/run/rogue.pid") >> pid;
+   ASSERT_TRUE(std::ifstream("/run/rogue.pid") >> pid);
    kill(pid, SIGKILL);
 }
 
