@@ -4,14 +4,13 @@
 #include "base/log.h"
 #include "base/productState.h"
 #include "vnet/cli/describe.hh"
-#include "vnet/cli/glance.hh"
+#include "vnet/cli/status.hh"
 #include "vnet/database/defaultDatabase.hh"
 #include "vnet/values/error.hh"
 #include "vnet/values/freeSubnet.hh"
 #include "vnet/watch/watcher.hh"
 #include "vnet/watch/watcherControl.hh"
 
-#include <set>
 #include <sys/stat.h>
 
 namespace vnet::cli {
@@ -42,19 +41,6 @@ Subnet FindSubnet(engine::Engine& engine, unsigned int index, std::optional<Subn
    return *subnet;
 }
 
-// Those that were named, or all that there are.
-std::set<unsigned int> SelectNetworks(std::vector<unsigned int> const& named,
-                                      std::set<unsigned int> const& ofDatabase,
-                                      std::set<unsigned int> const& present)
-{
-   std::set<unsigned int> networks(named.begin(), named.end());
-   if (named.empty()) {
-      networks = ofDatabase;
-      networks.insert(present.begin(), present.end());
-   }
-   return networks;
-}
-
 // A network that the database doesn't hold can't be started.
 void RequireKnown(Settings const& settings, unsigned int index)
 {
@@ -68,6 +54,23 @@ void RequireAny(engine::Engine& engine, Settings const& settings, unsigned int i
    if (!GetNetworks(settings).contains(index) && !engine.ListPresent().contains(index)) {
       throw Error("stop", GetNetworkName(index), "Neither the database nor this host has it");
    }
+}
+
+int RunWatcher(engine::Place const& place)
+{
+   watch::Watcher watcher(place);
+   Log("The watcher starts\n");
+   switch (watcher.Run()) {
+   case watch::Watcher::Ending::Asked:
+      Log("The watcher ends, as it was asked to\n");
+      return 0;
+   case watch::Watcher::Ending::Unneeded:
+      Log("The watcher ends with the last network\n");
+      return 0;
+   case watch::Watcher::Ending::Another:
+      break;
+   }
+   throw Error("watch", "the networks", "Another watcher does already");
 }
 
 } // namespace
@@ -128,56 +131,7 @@ int Program::List()
 
 int Program::Status(std::vector<unsigned int> const& networks)
 {
-   auto const settings = ReadSettings();
-   bool const close = engine::Engine(place).HasPrivilege();
-   return (close ? TellStatus(settings, networks) : TellGlance(settings, networks)) ? 0 : 1;
-}
-
-bool Program::TellStatus(Settings const& settings, std::vector<unsigned int> const& networks)
-{
-   engine::Engine engine(place);
-   auto const present = engine.ListPresent();
-   auto const glances = GlanceAtNetworks();
-   bool told = true;
-   for (unsigned int const index : SelectNetworks(networks, GetNetworks(settings), present)) {
-      told &= Attempt([&] {
-         auto const found = glances.find(index);
-         auto const addresses =
-            found == glances.end() ? std::vector<std::string>() : found->second.addresses;
-         auto const report = engine.Look(settings, index);
-         output << DescribeStatus(settings, index, report, addresses) << '\n';
-      });
-   }
-   TellWatcher(!present.empty());
-   return told;
-}
-
-bool Program::TellGlance(Settings const& settings, std::vector<unsigned int> const& networks)
-{
-   auto const glances = GlanceAtNetworks();
-   std::set<unsigned int> present;
-   for (auto const& [index, glance] : glances) {
-      if (!glance.foreign) {
-         present.insert(index);
-      }
-   }
-   for (unsigned int const index : SelectNetworks(networks, GetNetworks(settings), present)) {
-      auto const found = glances.find(index);
-      auto const* glance = found == glances.end() ? nullptr : &found->second;
-      output << DescribeGlance(settings, index, glance) << '\n';
-   }
-   TellWatcher(!present.empty());
-   output << "Root sees more: services, rules, and what differs from the database.\n";
-   return true;
-}
-
-void Program::TellWatcher(bool wanted)
-{
-   bool const runs = watch::IsWatcherRunning(place.runFolder);
-   if (runs || wanted) {
-      output << (runs ? "The watcher runs.\n"
-                      : "The watcher doesn't run; \"tavrin-vnets start\" starts it.\n");
-   }
+   return TellStatus(output, errors, place, ReadSettings(), networks) ? 0 : 1;
 }
 
 int Program::Start(std::vector<unsigned int> const& networks)
@@ -224,6 +178,7 @@ int Program::Restart(std::vector<unsigned int> const& networks)
       });
 }
 
+// Nobody reads what a watcher prints, so its log has to tell.
 int Program::Watch(std::string const& runFolder)
 {
    RequirePrivilege("watch");
@@ -231,19 +186,12 @@ int Program::Watch(std::string const& runFolder)
    if (!runFolder.empty()) {
       watched.runFolder = runFolder;
    }
-   watch::Watcher watcher(watched);
-   Log("The watcher starts\n");
-   switch (watcher.Run()) {
-   case watch::Watcher::Ending::Asked:
-      Log("The watcher ends, as it was asked to\n");
-      return 0;
-   case watch::Watcher::Ending::Unneeded:
-      Log("The watcher ends with the last network\n");
-      return 0;
-   case watch::Watcher::Ending::Another:
-      break;
+   try {
+      return RunWatcher(watched);
+   } catch (Error const& error) {
+      LogV(LOG_SEVERITY_ERROR, "%s\n", error.what());
+      throw;
    }
-   throw Error("watch", "the networks", "Another watcher does already");
 }
 
 Settings Program::ReadSettings() const

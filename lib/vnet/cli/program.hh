@@ -52,9 +52,6 @@ private:
    int ForEach(Settings const& settings, std::vector<unsigned int> const& networks,
                Step const& step, StepForAll const& forAll);
    bool Attempt(std::function<void()> const& work);
-   bool TellStatus(Settings const& settings, std::vector<unsigned int> const& networks);
-   bool TellGlance(Settings const& settings, std::vector<unsigned int> const& networks);
-   void TellWatcher(bool wanted);
 };
 
 } // namespace vnet::cli

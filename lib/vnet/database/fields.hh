@@ -51,127 +51,66 @@ namespace field {
 inline constexpr char boolean[] = "\"true\" or \"false\"";
 inline constexpr char address[] = "an IPv4 address of a host";
 inline constexpr char lease[] = "a number of seconds from 1 to 2147483647";
+inline constexpr char name[] = "UTF-8 of at most 127 bytes without control characters";
 
-inline constexpr Field displayName{"name", [](auto& network) -> auto& {return network.displayName;
-} // namespace field
-, ParseDisplayName, "UTF-8 of at most 127 bytes without control characters"
-}; // namespace vnet
-inline constexpr Field subnetAddress{"subnet",
-                                     [](auto& network) -> auto& {return network.subnetAddress;
-}
-, ParseSubnetAddress, "an IPv4 address of a subnet"
-}
-;
-inline constexpr Field subnetMask{"mask", [](auto& network) -> auto& {return network.subnetMask;
-}
-, ParseMask, "a contiguous mask of 1 to 29 bits"
-}
-;
-inline constexpr Field mtu{"mtu", [](auto& network) -> auto& {return network.mtu;
-}
-, ParseMtu, "a number from 68 to 9194"
-}
-;
-inline constexpr Field useAdapter{"adapter", [](auto& network) -> auto& {return network.useAdapter;
-}
-, ParseBoolean, boolean
-}
-;
-inline constexpr Field useDhcp{"dhcp", [](auto& network) -> auto& {return network.useDhcp;
-}
-, ParseBoolean, boolean
-}
-;
-inline constexpr Field useNat{"nat", [](auto& network) -> auto& {return network.useNat;
-}
-, ParseBoolean, boolean
-}
-;
+// Where a value stands: a member of the network's settings, or of one of its parts.
+template <auto member, auto... inner>
+struct Member {
+   template <class Part>
+   constexpr auto& operator()(Part& part) const
+   {
+      if constexpr (sizeof...(inner) == 0) {
+         return part.*member;
+      } else {
+         return Member<inner...>()(part.*member);
+      }
+   }
+};
 
-inline constexpr Field gateway{"nat-gateway",
-                               [](auto& network) -> auto& {return network.nat.gateway;
-}
-, ParseHostAddress, address
-}
-;
-inline constexpr Field configPort{"nat-config-port",
-                                  [](auto& network) -> auto& {return network.nat.configPort;
-}
-, ParseConfigPort, "a number from 0 to 65535"
-}
-;
-inline constexpr Field allowActiveFtp{"nat-active-ftp",
-                                      [](auto& network) -> auto& {return network.nat.allowActiveFtp;
-}
-, ParseBoolean, boolean
-}
-;
-inline constexpr Field allowAnyOui{"nat-any-oui",
-                                   [](auto& network) -> auto& {return network.nat.allowAnyOui;
-}
-, ParseBoolean, boolean
-}
-;
-inline constexpr Field udpTimeout{"nat-udp-timeout",
-                                  [](auto& network) -> auto& {return network.nat.udpTimeout;
-}
-, ParseUdpTimeout, "a number of seconds from 1 to 86400"
-}
-;
-inline constexpr Field enableIpv6{"nat-ipv6",
-                                  [](auto& network) -> auto& {return network.nat.enableIpv6;
-}
-, ParseBoolean, boolean
-}
-;
-inline constexpr Field ipv6Prefix{"nat-ipv6-prefix",
-                                  [](auto& network) -> auto& {return network.nat.ipv6Prefix;
-}
-, &Prefix6::Parse, "an IPv6 address, \"/\" and a length from 0 to 128"
-}
-;
+template <auto member>
+using Own = Member<member>;
+template <auto member>
+using Nat = Member<&NetworkSettings::nat, member>;
+template <auto member>
+using Dhcp = Member<&NetworkSettings::dhcp, member>;
 
-inline constexpr Field rangeBegin{"dhcp-range-begin",
-                                  [](auto& network) -> auto& {return network.dhcp.rangeBegin;
-}
-, ParseHostAddress, address
-}
-;
-inline constexpr Field rangeEnd{"dhcp-range-end",
-                                [](auto& network) -> auto& {return network.dhcp.rangeEnd;
-}
-, ParseHostAddress, address
-}
-;
-inline constexpr Field defaultLease{"dhcp-default-lease",
-                                    [](auto& network) -> auto& {return network.dhcp.defaultLease;
-}
-, ParseLease, lease
-}
-;
-inline constexpr Field maxLease{"dhcp-max-lease",
-                                [](auto& network) -> auto& {return network.dhcp.maxLease;
-}
-, ParseLease, lease
-}
-;
-inline constexpr Field netbiosServer{"dhcp-netbios-server",
-                                     [](auto& network) -> auto& {return network.dhcp.netbiosServer;
-}
-, ParseHostAddress, address
-}
-;
-inline constexpr Field router{"dhcp-router", [](auto& network) -> auto& {return network.dhcp.router;
-}
-, ParseHostAddress, address
-}
-;
-inline constexpr Field dnsServer{"dhcp-dns-server",
-                                 [](auto& network) -> auto& {return network.dhcp.dnsServer;
-}
-, ParseHostAddress, address
-}
-;
+using N = NetworkSettings;
+using D = DhcpSettings;
+using T = NatSettings;
+
+inline constexpr Field displayName{"name", Own<&N::displayName>(), ParseDisplayName, name};
+inline constexpr Field subnetAddress{"subnet", Own<&N::subnetAddress>(), ParseSubnetAddress,
+                                     "an IPv4 address of a subnet"};
+inline constexpr Field subnetMask{"mask", Own<&N::subnetMask>(), ParseMask,
+                                  "a contiguous mask of 1 to 29 bits"};
+inline constexpr Field mtu{"mtu", Own<&N::mtu>(), ParseMtu, "a number from 68 to 9194"};
+inline constexpr Field useAdapter{"adapter", Own<&N::useAdapter>(), ParseBoolean, boolean};
+inline constexpr Field useDhcp{"dhcp", Own<&N::useDhcp>(), ParseBoolean, boolean};
+inline constexpr Field useNat{"nat", Own<&N::useNat>(), ParseBoolean, boolean};
+
+inline constexpr Field gateway{"nat-gateway", Nat<&T::gateway>(), ParseHostAddress, address};
+inline constexpr Field configPort{"nat-config-port", Nat<&T::configPort>(), ParseConfigPort,
+                                  "a number from 0 to 65535"};
+inline constexpr Field allowActiveFtp{"nat-active-ftp", Nat<&T::allowActiveFtp>(), ParseBoolean,
+                                      boolean};
+inline constexpr Field allowAnyOui{"nat-any-oui", Nat<&T::allowAnyOui>(), ParseBoolean, boolean};
+inline constexpr Field udpTimeout{"nat-udp-timeout", Nat<&T::udpTimeout>(), ParseUdpTimeout,
+                                  "a number of seconds from 0 to 86400"};
+inline constexpr Field enableIpv6{"nat-ipv6", Nat<&T::enableIpv6>(), ParseBoolean, boolean};
+inline constexpr Field ipv6Prefix{"nat-ipv6-prefix", Nat<&T::ipv6Prefix>(), &Prefix6::Parse,
+                                  "an IPv6 address, \"/\" and a length from 0 to 128"};
+
+inline constexpr Field rangeBegin{"dhcp-range-begin", Dhcp<&D::rangeBegin>(), ParseHostAddress,
+                                  address};
+inline constexpr Field rangeEnd{"dhcp-range-end", Dhcp<&D::rangeEnd>(), ParseHostAddress, address};
+inline constexpr Field defaultLease{"dhcp-default-lease", Dhcp<&D::defaultLease>(), ParseLease,
+                                    lease};
+inline constexpr Field maxLease{"dhcp-max-lease", Dhcp<&D::maxLease>(), ParseLease, lease};
+inline constexpr Field netbiosServer{"dhcp-netbios-server", Dhcp<&D::netbiosServer>(),
+                                     ParseHostAddress, address};
+inline constexpr Field router{"dhcp-router", Dhcp<&D::router>(), ParseHostAddress, address};
+inline constexpr Field dnsServer{"dhcp-dns-server", Dhcp<&D::dnsServer>(), ParseHostAddress,
+                                 address};
 
 } // namespace field
 

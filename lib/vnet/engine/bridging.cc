@@ -17,6 +17,13 @@ namespace vnet::engine {
 
 namespace {
 
+// Whether what a join is made after is still so.
+bool IsUnchanged(host::Link const& before, Device const* now)
+{
+   return now && now->link.index == before.index && now->link.mac == before.mac &&
+          now->link.mtu == before.mtu;
+}
+
 int FindDefaultLink(HostView const& view)
 {
    host::Route const* best = nullptr;
@@ -100,9 +107,14 @@ void Bridging::Apply(services::WantedNetwork const& wanted, Notes const& notes)
    if (IsRight(wanted, notes)) {
       return;
    }
+   notes.RemovePatch();
+   auto const before = host.view.Find(*chosen)->link;
    host.patches.Attach(*chosen, wanted.bridge.name);
    host.view.Refresh();
-   notes.WritePatch(DescribePatch(host, *chosen, wanted.bridge.name));
+   // An adapter that changed meanwhile may not be followed yet: the next comparison sees to it.
+   if (IsUnchanged(before, host.view.Find(*chosen))) {
+      notes.WritePatch(DescribePatch(host, *chosen, wanted.bridge.name));
+   }
 }
 
 std::vector<std::string> Bridging::Remark(services::WantedNetwork const& wanted) const

@@ -15,13 +15,13 @@ namespace {
 
 process::Dnsmasq Make(services::WantedDnsmasq const& place)
 {
-   return process::Dnsmasq(
-      {place.configurationPath, place.optionsPath, place.pidPath, place.leasePath});
+   return process::Dnsmasq({place.configurationPath, place.optionsPath, place.serversPath,
+                            place.pidPath, place.leasePath});
 }
 
 process::DnsmasqTexts MakeTexts(services::WantedDnsmasq const& wanted, int link)
 {
-   return {wanted.configuration, wanted.options, static_cast<std::uint64_t>(link)};
+   return {wanted.configuration, wanted.options, wanted.servers, static_cast<std::uint64_t>(link)};
 }
 
 } // namespace

@@ -47,7 +47,8 @@ std::vector<services::WayOut> ListWaysOut(Host const& host)
 
 } // namespace
 
-services::HostFacts GatherFacts(Host const& host, Place const& place)
+services::HostFacts GatherFacts(Host const& host, Place const& place,
+                                std::vector<std::string> const& nameservers)
 {
    services::HostFacts facts;
    auto const user = process::FindServiceUser();
@@ -61,7 +62,7 @@ services::HostFacts GatherFacts(Host const& host, Place const& place)
       host.sysctl.ReadGlobal("ipv6/conf/all/force_forwarding").has_value();
    facts.runFolder = place.runFolder;
    facts.stateFolder = place.stateFolder;
-   facts.resolvFile = place.resolvFile;
+   facts.nameservers = nameservers;
    return facts;
 }
 

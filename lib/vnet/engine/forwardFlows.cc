@@ -2,14 +2,11 @@
 #include "vnet/engine/forwardFlows.hh"
 
 #include "vnet/engine/host.hh"
-#include "vnet/host/conntrack.hh"
 #include "vnet/host/portHolder.hh"
 #include "vnet/values/error.hh"
 
 #include <algorithm>
-#include <netinet/in.h>
 #include <set>
-#include <utility>
 
 namespace vnet::engine {
 
@@ -44,16 +41,11 @@ void ForgetFlows(Host& host, Forwards const& forwards)
    if (forwards.empty()) {
       return;
    }
-   std::set<std::pair<int, std::uint16_t>> ports;
+   std::set<host::HostPort> ports;
    for (auto const& forward : forwards) {
-      ports.insert({forward.tcp ? IPPROTO_TCP : IPPROTO_UDP, forward.hostPort});
+      ports.insert({forward.tcp, forward.hostPort});
    }
-   auto const addresses = ListHostAddresses(host.view);
-   host::Conntrack().Delete([&](host::Flow const& flow) {
-      auto const target = flow.original.destination.ToAddress();
-      return target && ports.contains({flow.protocol, flow.original.destinationPort}) &&
-             (target->value >> 24 == IN_LOOPBACKNET || addresses.contains(*target));
-   });
+   host.flows.FlushForwards(ports, ListHostAddresses(host.view));
 }
 
 Forwards ListShadowing(Forwards const& forwards)

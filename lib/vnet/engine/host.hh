@@ -5,6 +5,7 @@
 #include "vnet/engine/hostView.hh"
 #include "vnet/host/addresses.hh"
 #include "vnet/host/bridgePatch.hh"
+#include "vnet/host/conntrack.hh"
 #include "vnet/host/links.hh"
 #include "vnet/host/netlink.hh"
 #include "vnet/host/routes.hh"
@@ -13,7 +14,8 @@
 
 namespace vnet::engine {
 
-// One set of sockets for all steps. Making it throws Error.
+// One set of sockets for all steps: closing one of netfilter's waits until the kernel has put away
+// what the last change of rules left, some 15 ms. Making it throws Error.
 struct Host {
    host::RouteSocket socket;
    host::Links links{socket};
@@ -21,6 +23,7 @@ struct Host {
    host::Routes routes{socket};
    host::Ruleset ruleset;
    host::Sysctl sysctl;
+   host::Conntrack flows;
    host::BridgePatch patches{socket, ruleset};
    HostView view{socket};
 };

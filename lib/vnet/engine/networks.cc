@@ -6,6 +6,7 @@
 #include "vnet/engine/failures.hh"
 #include "vnet/engine/occupied.hh"
 #include "vnet/engine/ours.hh"
+#include "vnet/process/smallFile.hh"
 #include "vnet/services/plan.hh"
 
 #include <algorithm>
@@ -25,7 +26,9 @@ bool WantsSubnet(Settings const& settings, unsigned int index, Subnet const& sub
 
 bool IsKnown(Settings const& settings, unsigned int index)
 {
-   return ListKnown(settings).contains(index);
+   return settings.networks.contains(index) || settings.automatic == index ||
+          std::ranges::any_of(settings.adapters,
+                              [index](auto const& entry) { return entry.second == index; });
 }
 
 State GetState(bool present, bool foreign, Parts const& stopped)
@@ -38,14 +41,17 @@ State GetState(bool present, bool foreign, Parts const& stopped)
 
 } // namespace
 
-Networks::Networks(Place const& where) : place(where), switches(host.sysctl, where.runFolder) {}
+Networks::Networks(Place const& where)
+   : place(where), switches(host.sysctl, where.runFolder), nameservers(where.resolvFile)
+{}
 
 void Networks::Refresh()
 {
    host.view.Refresh();
    auto const generation = host.view.GetGeneration();
-   if (!facts || generation != factsGeneration) {
-      facts = GatherFacts(host, place);
+   bool const renamed = nameservers.Refresh();
+   if (!facts || renamed || generation != factsGeneration) {
+      facts = GatherFacts(host, place, nameservers.Get());
       factsGeneration = generation;
    }
 }
@@ -68,15 +74,14 @@ void Networks::Apply(Settings const& settings, unsigned int index, Parts const& 
    Refresh();
    auto const wanted = PlanPresent(settings, index, stopped);
    auto network = GetNetwork(index);
-   bool const foreign = network.IsForeign();
-   if (NeedsPlug(wanted) && !foreign && network.ListPlugged().empty()) {
+   if (NeedsPlug(wanted) && network.ListPlugged().empty()) {
       network.Remove();
       if (!IsKnown(settings, index)) {
          network.ForgetLeases();
       }
       return;
    }
-   if (foreign) {
+   if (network.IsForeign()) {
       throw Error("run", wanted.bridge.name, "Someone else's device has this name");
    }
    TakeSubnet(settings, wanted, yielding);
@@ -95,6 +100,15 @@ void Networks::ForgetLeases(unsigned int index)
 {
    Refresh();
    GetNetwork(index).ForgetLeases();
+}
+
+void Networks::Sweep()
+{
+   bridging.Sweep();
+   process::RemoveLeftovers(place.runFolder);
+   for (unsigned int const index : Notes::List(place.runFolder)) {
+      process::RemoveLeftovers(place.runFolder + "/" + GetNetworkName(index));
+   }
 }
 
 void Networks::TakeSubnet(Settings const& settings, WantedNetwork const& wanted,

@@ -5,6 +5,7 @@
 #include "vnet/engine/bridging.hh"
 #include "vnet/engine/host.hh"
 #include "vnet/engine/hostSwitches.hh"
+#include "vnet/engine/nameservers.hh"
 #include "vnet/engine/network.hh"
 #include "vnet/engine/parts.hh"
 #include "vnet/engine/place.hh"
@@ -35,8 +36,9 @@ public:
               std::set<unsigned int> const& yielding = {});
    void Remove(unsigned int index);
    void ForgetLeases(unsigned int index);
-   // Takes off adapters that no bridge has any more.
-   void Sweep() { bridging.Sweep(); }
+   // Takes off adapters that no bridge has any more, and removes what killed processes left of
+   // files.
+   void Sweep();
 
    // Those that have anything on the host.
    std::set<unsigned int> ListPresent();
@@ -56,6 +58,7 @@ private:
    Rules rules{host};
    Bridging bridging{host};
    HostSwitches switches;
+   Nameservers nameservers;
    std::optional<services::HostFacts> facts;
    unsigned long factsGeneration = 0;
    std::set<std::string> told;

@@ -117,7 +117,9 @@ Parts Notes::ReadStopped() const
 
 void Notes::WriteStopped(Parts const& parts) const
 {
-   if (Exist() && ReadStopped() == parts) {
+   // A note of nothing is one, too.
+   bool const noted = access((folder + "/" + stoppedName).c_str(), F_OK) == 0;
+   if (noted && ReadStopped() == parts) {
       return;
    }
    std::string text;
@@ -154,6 +156,11 @@ void Notes::WriteForwards(std::vector<services::WantedForward> const& forwards) 
 Notes::Rules Notes::Rules::Of(std::string const& text, std::string const& listing)
 {
    return {GetFingerprint(text), GetFingerprint(listing)};
+}
+
+bool Notes::Rules::IsOf(std::string const& appliedText) const
+{
+   return text == GetFingerprint(appliedText);
 }
 
 Notes::Rules Notes::ReadRules() const

@@ -40,6 +40,7 @@ public:
       std::string listing;
 
       static Rules Of(std::string const& text, std::string const& listing);
+      bool IsOf(std::string const& appliedText) const;
       bool operator==(Rules const&) const = default;
    };
    Rules ReadRules() const;

@@ -4,7 +4,9 @@
 #include "vnet/engine/hostView.hh"
 #include "vnet/engine/ours.hh"
 
+#include <algorithm>
 #include <linux/rtnetlink.h>
+#include <optional>
 
 namespace vnet::engine {
 
@@ -19,37 +21,32 @@ Subnet Widen(Address address, unsigned char prefixLength)
    return subnet;
 }
 
-std::vector<Subnet> ListAddresses(Device const& device)
+// Empty for one of IPv6.
+std::optional<Subnet> GetSubnet(host::InterfaceAddress const& each)
 {
-   std::vector<Subnet> subnets;
-   for (auto const& each : device.addresses) {
-      if (auto const address = each.address.ToAddress()) {
-         subnets.push_back(Widen(*address, each.prefixLength));
-      }
-   }
-   return subnets;
+   auto const address = each.address.ToAddress();
+   return address ? std::optional(Widen(*address, each.prefixLength)) : std::nullopt;
 }
 
-std::vector<Subnet> ListRoutes(Device const& device)
+// Empty for a default route.
+std::optional<Subnet> GetSubnet(host::Route const& route)
 {
-   std::vector<Subnet> subnets;
-   for (auto const& route : device.routes) {
-      auto const address = route.destination.ToAddress();
-      if (address && route.prefixLength > halfOfAll) {
-         subnets.push_back(Widen(*address, route.prefixLength));
-      }
-   }
-   return subnets;
+   auto const address = route.destination.ToAddress();
+   return address && route.prefixLength > halfOfAll
+             ? std::optional(Widen(*address, route.prefixLength))
+             : std::nullopt;
 }
 
-bool OverlapsAny(std::vector<Subnet> const& subnets, Subnet const& subnet)
+// Calls `look` with each subnet that the device has an address in or a route to, until it returns
+// true. Returns whether it did.
+template <class Look>
+bool AnySubnet(Device const& device, Look const& look)
 {
-   for (auto const& each : subnets) {
-      if (each.Overlaps(subnet)) {
-         return true;
-      }
-   }
-   return false;
+   auto const fits = [&look](auto const& each) {
+      auto const subnet = GetSubnet(each);
+      return subnet && look(*subnet);
+   };
+   return std::ranges::any_of(device.addresses, fits) || std::ranges::any_of(device.routes, fits);
 }
 
 bool HasAddressIn(Device const& device, Subnet const& subnet)
@@ -81,11 +78,11 @@ std::vector<Subnet> ListOccupied(HostView const& view, unsigned int own)
 {
    std::vector<Subnet> occupied;
    for (auto const& [index, device] : view.GetDevices()) {
-      if (FindBridgeIndex(device.link) == own) {
-         continue;
-      }
-      for (auto const& subnets : {ListAddresses(device), ListRoutes(device)}) {
-         occupied.insert(occupied.end(), subnets.begin(), subnets.end());
+      if (FindBridgeIndex(device.link) != own) {
+         AnySubnet(device, [&occupied](Subnet const& each) {
+            occupied.push_back(each);
+            return false;
+         });
       }
    }
    return occupied;
@@ -93,11 +90,12 @@ std::vector<Subnet> ListOccupied(HostView const& view, unsigned int own)
 
 std::set<unsigned int> FindHolders(HostView const& view, Subnet const& subnet, unsigned int own)
 {
+   auto const overlaps = [&subnet](Subnet const& each) { return each.Overlaps(subnet); };
    std::set<unsigned int> holders;
    for (auto const& [index, device] : view.GetDevices()) {
-      auto const network = FindBridgeIndex(device.link);
-      if (network && network != own &&
-          (OverlapsAny(ListAddresses(device), subnet) || OverlapsAny(ListRoutes(device), subnet))) {
+      auto const network =
+         AnySubnet(device, overlaps) ? FindBridgeIndex(device.link) : std::nullopt;
+      if (network && network != own) {
          holders.insert(*network);
       }
    }
@@ -107,8 +105,8 @@ std::set<unsigned int> FindHolders(HostView const& view, Subnet const& subnet, u
 std::string FindForeignUser(HostView const& view, Subnet const& subnet)
 {
    for (auto const& [index, device] : view.GetDevices()) {
-      if (!FindBridgeIndex(device.link) &&
-          (HasAddressIn(device, subnet) || HasRouteTo(device, subnet))) {
+      if ((HasAddressIn(device, subnet) || HasRouteTo(device, subnet)) &&
+          !FindBridgeIndex(device.link)) {
          return index > 0 ? device.link.name : "a route";
       }
    }

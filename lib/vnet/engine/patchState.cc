@@ -42,13 +42,15 @@ void DescribePinned(std::ostream& text, Host& host, host::Link const& bridge)
    }
 }
 
-// What a set learned stands between "elements = {" and "}".
+// What a set learned stands on lines of its own, from "elements = {" to "}".
 std::string WithoutElements(std::string rules)
 {
    for (auto at = rules.find("elements = {"); at != std::string::npos;
         at = rules.find("elements = {", at)) {
-      auto const end = rules.find('}', at);
-      rules.erase(at, end == std::string::npos ? end : end - at + 1);
+      auto const begin = rules.rfind('\n', at) + 1;
+      auto const end = rules.find('\n', rules.find('}', at));
+      rules.erase(begin, end == std::string::npos ? end : end - begin + 1);
+      at = begin;
    }
    return rules;
 }

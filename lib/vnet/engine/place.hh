@@ -14,7 +14,7 @@ struct Place {
    // Settings of the host: host.adapters, further adapters to offer, and nat.ouis, further
    // manufacturers ("52:54:00") to accept; each with spaces between.
    std::string configFile = "/etc/tavrin/config";
-   std::string resolvFile = "/etc/resolv.conf";
+   std::string resolvFile = "/etc/resolv.conf"; // resolv.conf(5)
 
    // The resident watcher: called when a network runs, and when the last one went. Either may be
    // empty, as in the watcher itself. They may throw Error.

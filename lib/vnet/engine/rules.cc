@@ -21,7 +21,8 @@ bool Rules::Run(unsigned int index, std::string const& text, Notes const& notes)
    if (auto const found = known.find(index); found != known.end() && found->second == now) {
       return true;
    }
-   if (noted != Notes::Rules::Of(text, host.ruleset.List(family, table))) {
+   // What was never applied isn't listed in vain.
+   if (!noted.IsOf(text) || noted != Notes::Rules::Of(text, host.ruleset.List(family, table))) {
       return false;
    }
    known[index] = now;
@@ -35,7 +36,7 @@ void Rules::Apply(unsigned int index, std::string const& text, Notes const& note
    }
    auto const table = services::GetTableName(index);
    known.erase(index);
-   host.ruleset.Run(text, table);
+   host.ruleset.RunFor(family, table, text);
    host.view.Refresh();
    auto const generation = host.view.GetTableGeneration(table);
    auto const listing = host.ruleset.List(family, table);

@@ -143,17 +143,19 @@ unsigned int Conntrack::Delete(std::function<bool(Flow const&)> const& matches)
    return deleted;
 }
 
-unsigned int Conntrack::FlushForward(bool tcp, std::uint16_t hostPort,
-                                     std::vector<Address> const& hostAddresses)
+unsigned int Conntrack::FlushForwards(std::set<HostPort> const& ports,
+                                      std::set<Address> const& hostAddresses)
 {
    auto const isHost = [&](InetAddress const& inet) {
       auto const address = inet.ToAddress();
-      return address && (address->value >> 24 == IN_LOOPBACKNET ||
-                         std::count(hostAddresses.begin(), hostAddresses.end(), *address));
+      return address &&
+             (address->value >> 24 == IN_LOOPBACKNET || hostAddresses.contains(*address));
    };
    return Delete([&](Flow const& flow) {
-      return flow.protocol == (tcp ? IPPROTO_TCP : IPPROTO_UDP) &&
-             flow.original.destinationPort == hostPort && isHost(flow.original.destination);
+      bool const tcp = flow.protocol == IPPROTO_TCP;
+      return (tcp || flow.protocol == IPPROTO_UDP) &&
+             ports.contains({tcp, flow.original.destinationPort}) &&
+             isHost(flow.original.destination);
    });
 }
 

@@ -5,8 +5,10 @@
 #include "vnet/host/inetAddress.hh"
 #include "vnet/host/netlink.hh"
 
+#include <compare>
 #include <cstdint>
 #include <functional>
+#include <set>
 #include <vector>
 
 namespace vnet::host {
@@ -33,6 +35,14 @@ struct Flow {
    bool IsTranslated() const;
 };
 
+// A port of TCP, or else of UDP.
+struct HostPort {
+   bool tcp = true;
+   std::uint16_t number = 0;
+
+   auto operator<=>(HostPort const&) const = default;
+};
+
 // Every failure throws Error.
 class Conntrack {
 public:
@@ -43,11 +53,11 @@ public:
    // Forgets the flows for which `matches` is true. Returns how many. A flow that ended in the
    // meantime is no failure.
    unsigned int Delete(std::function<bool(Flow const&)> const& matches);
-   // Forgets the IPv4 flows that were first sent to `hostPort` of one of `hostAddresses` or of the
-   // loopback network, translated or not: a translation is decided on a flow's first packet, so
-   // flows keep what held before a port forward changed.
-   unsigned int FlushForward(bool tcp, std::uint16_t hostPort,
-                             std::vector<Address> const& hostAddresses);
+   // Forgets the IPv4 flows that were first sent to one of `ports` of one of `hostAddresses` or of
+   // the loopback network, translated or not: a translation is decided on a flow's first packet, so
+   // flows keep what held before a port forward changed. Returns how many.
+   unsigned int FlushForwards(std::set<HostPort> const& ports,
+                              std::set<Address> const& hostAddresses);
 
 private:
    NetlinkSocket socket;

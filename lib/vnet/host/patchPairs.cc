@@ -51,6 +51,9 @@ std::optional<PatchPart> FindRole(std::vector<PatchPart> const& parts, PatchPart
 
 std::optional<PatchPart> ParsePatchPart(Link const& link)
 {
+   if (!link.alias.starts_with(mark)) {
+      return {};
+   }
    std::istringstream words(link.alias);
    std::string first;
    std::string role;

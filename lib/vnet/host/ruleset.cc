@@ -3,15 +3,19 @@
 
 #include "vnet/values/error.hh"
 
-#include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/netfilter.h>
+#include <linux/netfilter/nf_tables.h>
+#include <linux/netfilter/nfnetlink.h>
 #include <linux/netlink.h>
+#include <map>
 #include <memory>
 #include <new>
 #include <nftables/libnftables.h>
-#include <sstream>
+#include <optional>
 #include <string_view>
 #include <sys/socket.h>
 
@@ -49,6 +53,28 @@ void CloseSocketsOnExec()
    }
 }
 
+std::uint8_t GetFamilyNumber(std::string const& family)
+{
+   static std::map<std::string, std::uint8_t> const numbers = {
+      {"arp", NFPROTO_ARP}, {"bridge", NFPROTO_BRIDGE}, {"inet", NFPROTO_INET},
+      {"ip", NFPROTO_IPV4}, {"ip6", NFPROTO_IPV6},      {"netdev", NFPROTO_NETDEV}};
+   auto const found = numbers.find(family);
+   if (found == numbers.end()) {
+      throw Error("find tables of family", family, "There is no such family");
+   }
+   return found->second;
+}
+
+Request MakeTableRequest(std::string const& family)
+{
+   Request request(NFNL_SUBSYS_NFTABLES << 8 | NFT_MSG_GETTABLE, 0);
+   nfgenmsg header{};
+   header.nfgen_family = GetFamilyNumber(family);
+   header.version = NFNETLINK_V0;
+   request.Append(header);
+   return request;
+}
+
 // The complaint without the place in the text: "Error: Could not process rule: ...".
 std::string GetFirstComplaint(std::string_view text)
 {
@@ -65,7 +91,7 @@ void Ruleset::Free::operator()(nft_ctx* freed) const
    nft_ctx_free(freed);
 }
 
-Ruleset::Ruleset() : context(nft_ctx_new(NFT_CTX_DEFAULT))
+Ruleset::Ruleset() : context(nft_ctx_new(NFT_CTX_DEFAULT)), tables(NETLINK_NETFILTER)
 {
    if (!context) {
       throw Error("open", "the ruleset", "libnftables refused");
@@ -96,6 +122,13 @@ void Ruleset::Run(std::string const& text, std::string const& object)
    }
 }
 
+// libnftables fetches, and makes large indices for, all tables that its commands may need, which
+// are all there are, unless the last command lists a single one.
+void Ruleset::RunFor(std::string const& family, std::string const& table, std::string const& text)
+{
+   Run(text + "list table " + family + " " + table + "\n", table);
+}
+
 void Ruleset::Check(std::string const& text, std::string const& object)
 {
    nft_ctx_set_dry_run(context.get(), true);
@@ -109,25 +142,22 @@ void Ruleset::Check(std::string const& text, std::string const& object)
 
 std::vector<std::string> Ruleset::ListTables(std::string const& family)
 {
-   std::string output;
-   if (!Try("list tables " + family, output)) {
-      throw Error("list", "tables", output);
-   }
-   auto const prefix = "table " + family + " ";
-   std::vector<std::string> tables;
-   std::istringstream lines(output);
-   for (std::string line; std::getline(lines, line);) {
-      if (line.starts_with(prefix)) {
-         tables.push_back(line.substr(prefix.size()));
-      }
-   }
-   return tables;
+   auto request = MakeTableRequest(family);
+   return tables.Collect(request, "tables", [](nlmsghdr const* message) {
+      auto const name = Attributes(message, sizeof(nfgenmsg)).GetString(NFTA_TABLE_NAME);
+      return name.empty() ? std::nullopt : std::optional(name);
+   });
 }
 
 bool Ruleset::HasTable(std::string const& family, std::string const& table)
 {
-   auto const tables = ListTables(family);
-   return std::find(tables.begin(), tables.end(), table) != tables.end();
+   auto request = MakeTableRequest(family);
+   request.PutString(NFTA_TABLE_NAME, table);
+   int const error = tables.Try(request);
+   if (error && error != ENOENT) {
+      throw Error("find table", table, tables.GetCause());
+   }
+   return error == 0;
 }
 
 std::string Ruleset::ListWith(unsigned int flags, std::string const& family,

@@ -2,6 +2,8 @@
 // nftables, in this process.
 #pragma once
 
+#include "vnet/host/netlink.hh"
+
 #include <memory>
 #include <string>
 #include <vector>
@@ -20,6 +22,9 @@ public:
    // Carries out the commands of `text`, nftables' own language, in one transaction: all or none.
    // Throws Error("change rules of", object, the first complaint).
    void Run(std::string const& text, std::string const& object);
+   // Run for a text that concerns one table and leaves it there: it takes the same time however
+   // many other tables there are.
+   void RunFor(std::string const& family, std::string const& table, std::string const& text);
    // Run without the effect: the text is parsed and checked against what is there. Throws Error.
    void Check(std::string const& text, std::string const& object);
 
@@ -39,6 +44,9 @@ private:
       void operator()(nft_ctx* context) const;
    };
    std::unique_ptr<nft_ctx, Free> context;
+   // Which tables there are is asked of the kernel itself: libnftables fetches all that every table
+   // holds before it names one.
+   NetlinkSocket tables;
 
    // Returns whether it went well; `output` gets what was printed either way.
    bool Try(std::string const& text, std::string& output);

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <sstream>
 #include <system_error>
+#include <thread>
 #include <unistd.h>
 
 namespace vnet::process {
@@ -21,7 +22,8 @@ namespace fs = std::filesystem;
 
 constexpr Milliseconds startDeadline{10000};
 constexpr Milliseconds stopDeadline{2000};
-constexpr int attempts = 3;
+constexpr int attempts = 5;
+constexpr Milliseconds pauseBetween{20};
 
 // As the kernel names it; a program that isn't there keeps its name.
 std::string Resolve(std::string const& program)
@@ -98,29 +100,37 @@ bool Dnsmasq::HasConfiguration(DnsmasqTexts const& texts) const
           ReadTrustedFile(files.configuration) == texts.configuration;
 }
 
-bool Dnsmasq::HasOptions(DnsmasqTexts const& texts) const
+bool Dnsmasq::HasReloaded(DnsmasqTexts const& texts) const
 {
-   return ReadTrustedFile(files.options) == texts.options;
+   return ReadTrustedFile(files.options) == texts.options &&
+          ReadTrustedFile(files.servers) == texts.servers;
+}
+
+void Dnsmasq::WriteReloaded(DnsmasqTexts const& texts) const
+{
+   ReplaceFile(files.options, texts.options);
+   ReplaceFile(files.servers, texts.servers);
 }
 
 bool Dnsmasq::Runs(DnsmasqTexts const& texts) const
 {
-   return FindRunning() && HasConfiguration(texts) && HasOptions(texts);
+   return FindRunning() && HasConfiguration(texts) && HasReloaded(texts);
 }
 
 DnsmasqChange Dnsmasq::Apply(DnsmasqTexts const& texts) const
 {
    auto const running = FindRunning();
    if (running && HasConfiguration(texts)) {
-      if (HasOptions(texts)) {
+      if (HasReloaded(texts)) {
          return DnsmasqChange::None;
       }
       Reload(*running, texts);
       return DnsmasqChange::Reloaded;
    }
+   bool const interrupted = !running && HasLeftovers();
    bool const ended = EndAll();
    WriteFiles(texts);
-   Launch();
+   Launch(interrupted);
    record.Write({ReadStarted(), texts.link});
    return ended ? DnsmasqChange::Restarted : DnsmasqChange::Started;
 }
@@ -128,13 +138,19 @@ DnsmasqChange Dnsmasq::Apply(DnsmasqTexts const& texts) const
 void Dnsmasq::Reload(ProcessFacts const& running, DnsmasqTexts const& texts) const
 {
    record.Remove();
-   ReplaceFile(files.options, texts.options);
+   WriteReloaded(texts);
    auto const handle = ProcessHandle::Open(running.identity);
    if (!handle) {
       throw Error("reload", "dnsmasq with " + files.configuration, "it has ended");
    }
    handle->Signal(SIGHUP);
    record.Write({running.identity, texts.link});
+}
+
+// Of a start that was cut short, or of one that died.
+bool Dnsmasq::HasLeftovers() const
+{
+   return Exists(files.configuration) || Exists(files.pid);
 }
 
 // Ends the one that is known. Looks for others only where something of ours was left, as a look at
@@ -145,7 +161,7 @@ bool Dnsmasq::EndAll() const
    if (auto const running = FindRunning()) {
       ended = End(*running);
       record.Remove();
-   } else if (Exists(files.configuration) || Exists(files.pid)) {
+   } else if (HasLeftovers()) {
       record.Remove();
       ended = EndStrays();
    }
@@ -180,13 +196,14 @@ void Dnsmasq::WriteFiles(DnsmasqTexts const& texts) const
    MakeFolder(FindFolder(files.configuration));
    MakeFolder(FindFolder(files.leases));
    RemoveFile(files.pid);
-   ReplaceFile(files.options, texts.options);
+   WriteReloaded(texts);
    ReplaceFile(files.configuration, texts.configuration);
 }
 
 // The first process is killed with us: else it could take its place after whoever comes next looked
-// for strays. What it made by then is found by its arguments.
-void Dnsmasq::Launch() const
+// for strays. What it made by then is found by its arguments. One that is just dying has lost its
+// arguments and has its sockets for a moment longer.
+void Dnsmasq::Launch(bool interrupted) const
 {
    for (int attempt = 1;; ++attempt) {
       auto const completion =
@@ -195,11 +212,13 @@ void Dnsmasq::Launch() const
          LogLines(completion.errors);
          return;
       }
-      if (attempt == attempts || !EndStrays()) {
+      bool const mayHelp = EndStrays() || interrupted;
+      if (attempt == attempts || !mayHelp) {
          auto const words = GetLastLine(completion.errors);
          throw Error("start", "dnsmasq with " + files.configuration,
                      words.empty() ? completion.ending.ToString() : words);
       }
+      std::this_thread::sleep_for(pauseBetween);
    }
 }
 
@@ -221,7 +240,7 @@ void Dnsmasq::Stop() const
 {
    EndAll();
    record.Remove();
-   for (auto const& path : {files.pid, files.options, files.configuration}) {
+   for (auto const& path : {files.pid, files.options, files.servers, files.configuration}) {
       RemoveFile(path);
    }
    // Others may keep files there, too.

@@ -16,6 +16,7 @@ namespace vnet::process {
 struct DnsmasqFiles {
    std::string configuration;
    std::string options; // the configuration's dhcp-optsfile
+   std::string servers; // the configuration's servers-file
    std::string pid;     // the configuration's pid-file
    std::string leases;  // the configuration's dhcp-leasefile; its folder is made, and stays
 };
@@ -23,6 +24,7 @@ struct DnsmasqFiles {
 struct DnsmasqTexts {
    std::string configuration;
    std::string options; // read again at SIGHUP
+   std::string servers; // likewise
    // Index of the network's device. dnsmasq is bound to the device as it was, so it has to start
    // anew when the device was made anew.
    std::uint64_t link = 0;
@@ -59,14 +61,17 @@ private:
    bool IsOurs(ProcessFacts const& facts) const;
    std::optional<ProcessFacts> FindRunning() const;
    bool HasConfiguration(DnsmasqTexts const& texts) const;
-   bool HasOptions(DnsmasqTexts const& texts) const;
+   // What SIGHUP makes it read.
+   bool HasReloaded(DnsmasqTexts const& texts) const;
+   void WriteReloaded(DnsmasqTexts const& texts) const;
    void Reload(ProcessFacts const& running, DnsmasqTexts const& texts) const;
    // These tell whether there was one to end.
+   bool HasLeftovers() const;
    bool EndAll() const;
    bool EndStrays() const;
    bool End(ProcessFacts const& facts) const;
    void WriteFiles(DnsmasqTexts const& texts) const;
-   void Launch() const;
+   void Launch(bool interrupted) const;
    Identity ReadStarted() const;
 };
 

@@ -89,14 +89,21 @@ std::string ReadExecutable(int folder)
    return path;
 }
 
+// Each network namespace has files of its own below /proc/<pid>/net, which all may look at, where
+// ns/net is for those alone who may trace the process: proc_pid_net(5), namespaces(7).
+constexpr char const* networkFile = "net/dev";
+
 std::optional<bool> IsInOurNetwork(int folder)
 {
-   struct stat theirs;
-   struct stat ours;
-   if (fstatat(folder, "ns/net", &theirs, 0) != 0 || stat("/proc/thread-self/ns/net", &ours) != 0) {
-      return {};
+   FileDescriptor const self(open("/proc/thread-self", O_PATH | O_DIRECTORY | O_CLOEXEC));
+   for (auto const* name : {"ns/net", networkFile}) {
+      struct stat theirs;
+      struct stat ours;
+      if (fstatat(folder, name, &theirs, 0) == 0 && fstatat(self.Get(), name, &ours, 0) == 0) {
+         return theirs.st_ino == ours.st_ino;
+      }
    }
-   return theirs.st_dev == ours.st_dev && theirs.st_ino == ours.st_ino;
+   return {};
 }
 
 bool HasEnded(char state)

@@ -20,6 +20,9 @@ using base::FileDescriptor;
 namespace fs = std::filesystem;
 
 constexpr std::size_t maxSize = 1 << 20;
+// A new file until it is in its place.
+constexpr auto freshPrefix = ".";
+constexpr auto freshSuffix = ".new";
 constexpr mode_t writableForOthers = S_IWGRP | S_IWOTH;
 
 [[noreturn]] void Fail(std::string const& action, std::string const& object)
@@ -118,7 +121,7 @@ void ReplaceFile(std::string const& path, std::string const& text)
    fs::path const target(path);
    auto const folder = OpenParent(target);
    std::string const name = target.filename();
-   std::string const fresh = "." + name + ".new";
+   std::string const fresh = freshPrefix + name + freshSuffix;
    if (!WriteNew(folder.Get(), fresh, text) ||
        renameat(folder.Get(), fresh.c_str(), folder.Get(), name.c_str()) != 0) {
       int const cause = errno;
@@ -135,6 +138,18 @@ std::optional<std::string> ReadSmallFile(std::string const& path)
 std::optional<std::string> ReadTrustedFile(std::string const& path)
 {
    return Read(path, true);
+}
+
+void RemoveLeftovers(std::string const& folder)
+{
+   std::error_code none;
+   for (auto const& entry : fs::directory_iterator(folder, none)) {
+      std::string const name = entry.path().filename();
+      if (name.starts_with(freshPrefix) && name.ends_with(freshSuffix) &&
+          entry.is_regular_file(none)) {
+         RemoveFile(entry.path());
+      }
+   }
 }
 
 void RemoveFile(std::string const& path)

@@ -25,4 +25,8 @@ std::optional<std::string> ReadTrustedFile(std::string const& path);
 // What isn't there is no failure. Throws Error.
 void RemoveFile(std::string const& path);
 
+// Removes what calls of ReplaceFile that were cut short left in a folder, which may be missing. To
+// be called where no other writes there. Throws Error.
+void RemoveLeftovers(std::string const& folder);
+
 } // namespace vnet::process

@@ -54,12 +54,14 @@ void AddBinding(Lines& lines, std::string const& device)
 }
 
 // Names of guests are known under a domain that is nobody else's. The host's own /etc/hosts isn't
-// for guests: it tells them that the host is 127.0.1.1.
-void AddDns(Lines& lines, std::string const& device, HostFacts const& facts)
+// for guests: it tells them that the host is 127.0.1.1. A dnsmasq that reads the host's resolv.conf
+// itself watches it with inotify, of which a user has 128 instances for all programs.
+void AddDns(Lines& lines, std::string const& device, WantedDnsmasq const& files)
 {
    std::string const domain = device + ".internal";
    lines.Add("no-hosts");
-   lines.Add("resolv-file", facts.resolvFile);
+   lines.Add("no-resolv");
+   lines.Add("servers-file", files.serversPath);
    lines.Add("strict-order");
    lines.Add("domain-needed");
    lines.Add("domain", domain);
@@ -131,7 +133,7 @@ std::string MakeConfiguration(WantedDnsmasq const& files, std::string const& dev
    AddProcess(lines, files, facts);
    AddBinding(lines, device);
    if (layout.gateway) {
-      AddDns(lines, device, facts);
+      AddDns(lines, device, files);
    } else {
       lines.Add("port", "0");
    }
@@ -176,6 +178,15 @@ std::string MakeOptions(std::string const& device, NetworkSettings const& settin
    return router + "\n" + dns + "\n" + rest;
 }
 
+std::string MakeServers(Layout const& layout, HostFacts const& facts)
+{
+   std::string servers;
+   for (auto const& nameserver : facts.nameservers) {
+      servers += layout.gateway ? "server=" + nameserver + "\n" : "";
+   }
+   return servers;
+}
+
 } // namespace
 
 WantedDnsmasq PlaceDnsmasq(std::string const& device, HostFacts const& facts)
@@ -184,6 +195,7 @@ WantedDnsmasq PlaceDnsmasq(std::string const& device, HostFacts const& facts)
    WantedDnsmasq dnsmasq;
    dnsmasq.configurationPath = folder + "/dnsmasq.conf";
    dnsmasq.optionsPath = folder + "/dnsmasq.options";
+   dnsmasq.serversPath = folder + "/dnsmasq.servers";
    dnsmasq.pidPath = folder + "/dnsmasq.pid";
    dnsmasq.leasePath = facts.stateFolder + "/" + device + "/dnsmasq.leases";
    return dnsmasq;
@@ -196,6 +208,7 @@ WantedDnsmasq MakeDnsmasq(std::string const& device, NetworkSettings const& sett
    auto dnsmasq = PlaceDnsmasq(device, facts);
    dnsmasq.configuration = MakeConfiguration(dnsmasq, device, settings, layout, facts);
    dnsmasq.options = MakeOptions(device, settings, layout, remarks);
+   dnsmasq.servers = MakeServers(layout, facts);
    return dnsmasq;
 }
 

@@ -35,7 +35,8 @@ struct HostFacts {
 
    std::string runFolder = "/run/tavrin";
    std::string stateFolder = "/var/lib/tavrin";
-   std::string resolvFile = "/etc/resolv.conf";
+   // Those of the host's resolver, in its order: addresses, of a link's own "fe80::1%eth0".
+   std::vector<std::string> nameservers;
 
    // Those of common hypervisors and their libraries.
    static std::vector<std::string> GetUsualOuis();

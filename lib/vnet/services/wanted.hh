@@ -77,8 +77,10 @@ struct WantedForward {
 struct WantedDnsmasq {
    std::string configuration; // the text of configurationPath; a change needs a restart
    std::string options;       // the text of optionsPath, which is read again at SIGHUP
+   std::string servers;       // likewise of serversPath
    std::string configurationPath;
    std::string optionsPath;
+   std::string serversPath;
    std::string pidPath;   // dnsmasq writes it
    std::string leasePath; // dnsmasq writes it; its folder has to be there
 

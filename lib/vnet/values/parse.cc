@@ -97,7 +97,7 @@ std::optional<std::uint16_t> ParseConfigPort(std::string_view text)
 
 std::optional<std::uint32_t> ParseUdpTimeout(std::string_view text)
 {
-   return ParseNumber(text, 1, maxUdpTimeout);
+   return ParseNumber(text, 0, maxUdpTimeout);
 }
 
 std::optional<std::uint32_t> ParseLease(std::string_view text)

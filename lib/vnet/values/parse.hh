@@ -41,7 +41,7 @@ std::optional<std::uint32_t> ParseMtu(std::string_view text);
 std::optional<std::uint16_t> ParsePort(std::string_view text);
 // 0, which stands for none, to 65535.
 std::optional<std::uint16_t> ParseConfigPort(std::string_view text);
-// 1 to maxUdpTimeout seconds.
+// 0 to maxUdpTimeout seconds.
 std::optional<std::uint32_t> ParseUdpTimeout(std::string_view text);
 // 1 to maxLease seconds.
 std::optional<std::uint32_t> ParseLease(std::string_view text);

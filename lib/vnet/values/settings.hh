@@ -36,7 +36,7 @@ struct NatSettings {
    std::uint16_t configPort = 0;
    bool allowActiveFtp = true;
    bool allowAnyOui = true;
-   std::uint32_t udpTimeout = 30; // seconds
+   std::uint32_t udpTimeout = 30; // seconds; 0 is as good as 1
    bool enableIpv6 = false;
    std::optional<Prefix6> ipv6Prefix;
    std::vector<PortForward> forwards; // by protocol, TCP first, then host port

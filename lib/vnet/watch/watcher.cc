@@ -28,8 +28,6 @@ constexpr Milliseconds longestRulesGap(30000);
 constexpr Milliseconds fightGap(1000);
 // An answer that is due so soon takes in what happens until then.
 constexpr Milliseconds soon(500);
-constexpr Milliseconds shortestLockGap(10);
-constexpr Milliseconds longestLockGap(320);
 constexpr unsigned int maxRetries = 5;
 
 process::Identity GetSelf()
@@ -81,8 +79,9 @@ std::string Describe(Findings const& found)
 
 Watcher::Watcher(engine::Place const& place)
    : databasePlace(MakeDatabasePlace(place)), record(place.runFolder), self(GetSelf()),
-     engine(WithoutWatcher(place)), filter(static_cast<std::uint32_t>(self.pid)),
-     hostPace(longestHostGap), rulesPace(longestRulesGap)
+     resolver(place.resolvFile), lockTaker(place.runFolder), engine(WithoutWatcher(place)),
+     filter(static_cast<std::uint32_t>(self.pid)), hostPace(longestHostGap),
+     rulesPace(longestRulesGap)
 {
    Learn();
    hostPace.Note(Clock::now());
@@ -101,7 +100,7 @@ Watcher::Ending Watcher::Run()
 std::optional<Clock::time_point> Watcher::GetAnswerDue() const
 {
    auto const due = GetEarlier(hostPace.GetDue(), rulesPace.GetDue());
-   return due ? std::optional(std::max(*due, notBefore)) : std::nullopt;
+   return due ? std::optional(std::max(*due, lockTaker.GetNextTime())) : std::nullopt;
 }
 
 void Watcher::Wait()
@@ -109,8 +108,9 @@ void Watcher::Wait()
    auto const due = GetAnswerDue();
    bool const isSoon = due && *due < Clock::now() + soon;
    pollfd watched[] = {{signals.GetDescriptor(), POLLIN, 0},
-                       {isSoon ? -1 : events.GetDescriptor(), POLLIN, 0}};
-   int const timeout = ToTimeout(GetEarlier(due, announcer.GetDue()));
+                       {isSoon ? -1 : events.GetDescriptor(), POLLIN, 0},
+                       {isSoon ? -1 : resolver.GetDescriptor(), POLLIN, 0}};
+   int const timeout = ToTimeout(GetEarlier(due, lans.GetDue()));
    if (poll(watched, std::size(watched), timeout) < 0 && errno != EINTR) {
       throw Error("wait for", "events", std::strerror(errno));
    }
@@ -127,8 +127,11 @@ std::optional<Watcher::Ending> Watcher::Step()
       rulesPace.StartOver();
       hostPace.Note(Clock::now());
    }
+   if (resolver.Read()) {
+      hostPace.Note(Clock::now());
+   }
    ReadEvents();
-   Announce();
+   lans.Tell();
    auto const due = GetAnswerDue();
    return due && *due <= Clock::now() ? Answer() : std::nullopt;
 }
@@ -160,22 +163,9 @@ void Watcher::Learn()
    }
 }
 
-std::optional<LockFile> Watcher::TryLock()
-{
-   try {
-      auto lock = LockFile::Take(databasePlace.lockFolder, Milliseconds(0));
-      lockGap = Milliseconds(0);
-      return lock;
-   } catch (Error const& error) {
-      lockGap = std::clamp(2 * lockGap, shortestLockGap, longestLockGap);
-      notBefore = Clock::now() + lockGap;
-      return {};
-   }
-}
-
 std::optional<Watcher::Ending> Watcher::Answer()
 {
-   auto const lock = TryLock();
+   auto const lock = lockTaker.Try();
    if (!lock) {
       return {};
    }
@@ -185,11 +175,21 @@ std::optional<Watcher::Ending> Watcher::Answer()
    // What happened up to here is answered with the rest.
    ReadEvents();
    Attempt([this] { Compare(); });
-   if (engine.ListPresent().empty()) {
+   if (!IsNeeded()) {
       record.Remove();
       return Ending::Unneeded;
    }
    return {};
+}
+
+bool Watcher::IsNeeded()
+{
+   try {
+      return !engine.ListPresent().empty();
+   } catch (Error const& error) {
+      LogV(LOG_SEVERITY_FAILURE, "%s\n", error.what());
+      return true;
+   }
 }
 
 // Whoever started us noted it, unless that was by hand, or it died over it.
@@ -246,7 +246,7 @@ void Watcher::Compare()
    auto const& settings = ReadSettings();
    if (all || found.patches) {
       engine.Reconcile(settings);
-      LookAtPatches(found);
+      lans.Look(found.carriers);
    } else {
       CompareNetworks(settings, found.networks);
    }
@@ -278,21 +278,6 @@ void Watcher::CompareNetworks(Settings const& settings, std::set<unsigned int> c
    }
 }
 
-void Watcher::LookAtPatches(Findings const& found)
-{
-   auto const now = Clock::now();
-   auto const before = std::exchange(joined, patches.List());
-   for (auto const& patch : joined) {
-      bool const isNew = std::ranges::find(before, patch) == before.end();
-      if (isNew) {
-         Log("%s joins %s\n", patch.adapter.c_str(), patch.bridge.c_str());
-      }
-      if (isNew || found.carriers.contains(patch.adapter)) {
-         announcer.Schedule(patch.adapter, now);
-      }
-   }
-}
-
 void Watcher::TellOfRules(Findings const& found)
 {
    auto const object = Describe(found);
@@ -305,18 +290,6 @@ void Watcher::TellOfRules(Findings const& found)
               object.c_str(), static_cast<unsigned int>(found.intruder));
    }
    fighting = fights;
-}
-
-void Watcher::Announce()
-{
-   for (auto const& adapter : announcer.TakeDue(Clock::now())) {
-      try {
-         patches.Announce(adapter);
-      } catch (Error const& error) {
-         // It may have gone since.
-         LogV(LOG_SEVERITY_INFO, "%s\n", error.what());
-      }
-   }
 }
 
 } // namespace vnet::watch

@@ -4,13 +4,13 @@
 
 #include "vnet/database/database.hh"
 #include "vnet/engine/engine.hh"
-#include "vnet/host/bridgePatch.hh"
 #include "vnet/host/events.hh"
 #include "vnet/host/netlink.hh"
-#include "vnet/host/ruleset.hh"
 #include "vnet/process/runningProcess.hh"
-#include "vnet/watch/announcer.hh"
 #include "vnet/watch/changeFilter.hh"
+#include "vnet/watch/fileWatch.hh"
+#include "vnet/watch/lanTeller.hh"
+#include "vnet/watch/lockTaker.hh"
 #include "vnet/watch/pace.hh"
 #include "vnet/watch/portKeeper.hh"
 #include "vnet/watch/signals.hh"
@@ -42,8 +42,6 @@ public:
    Ending Run();
 
 private:
-   using Milliseconds = std::chrono::milliseconds;
-
    Database::Place const databasePlace;
    WatcherRecord const record;
    process::Identity const self;
@@ -51,33 +49,30 @@ private:
    // heard.
    Signals signals;
    host::Events events;
+   FileWatch resolver; // whom the host asks for names, which our servers ask too
 
+   LockTaker lockTaker;
    host::RouteSocket socket;
-   host::Ruleset ruleset;
-   host::BridgePatch patches{socket, ruleset};
    engine::Engine engine;
    std::optional<Database> database;
    PortKeeper ports;
-   Announcer announcer;
+   LanTeller lans;
 
    ChangeFilter filter;
    Findings findings;
    Pace hostPace;
    Pace rulesPace;
-   Clock::time_point notBefore; // the lock was someone else's
-   Milliseconds lockGap{0};
-   unsigned int failures = 0;       // one after the other
-   bool claimed = false;            // the record names us
-   bool fighting = false;           // somebody changes our rules again and again
-   std::vector<host::Patch> joined; // adapters and bridges, when we last looked
+   unsigned int failures = 0; // of answers, one after the other
+   bool claimed = false;      // the record names us
+   bool fighting = false;     // somebody changes our rules again and again
 
    std::optional<Clock::time_point> GetAnswerDue() const;
    void Wait();
    std::optional<Ending> Step();
    void ReadEvents();
    void Learn();
-   std::optional<LockFile> TryLock();
    std::optional<Ending> Answer();
+   bool IsNeeded();
    bool Claim();
    template <class Work>
    void Attempt(Work work);
@@ -85,9 +80,7 @@ private:
    void Compare();
    Findings TakeFindings(bool all);
    void CompareNetworks(Settings const& settings, std::set<unsigned int> const& networks);
-   void LookAtPatches(Findings const& found);
    void TellOfRules(Findings const& found);
-   void Announce();
 };
 
 } // namespace vnet::watch

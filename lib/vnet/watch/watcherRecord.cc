@@ -7,7 +7,8 @@ std::optional<process::Identity> WatcherRecord::FindLiving() const
 {
    auto const record = file.Read();
    auto const process = record ? process::FindProcess(record->identity.pid) : std::nullopt;
-   if (!process || process->identity != record->identity) {
+   // One that is dying has lost its arguments already, and does nothing any more.
+   if (!process || process->identity != record->identity || process->arguments.empty()) {
       return {};
    }
    return process->identity;

@@ -3,6 +3,7 @@
 
 #include "support/netlab/endpoint.hh"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -19,6 +20,9 @@ namespace netlab {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+
+// Between two requests.
+constexpr std::chrono::seconds interval(1);
 
 std::uint16_t MakeChecksum(std::vector<std::uint8_t> const& data)
 {
@@ -95,10 +99,18 @@ bool Ping(Namespace const& place, std::string const& address, test::Milliseconds
    ForbidFragments(socket.Get(), four);
    auto const id = ++lastId;
    auto const request = MakeRequest(four, id, size);
-   if (sendto(socket.Get(), request.data(), request.size(), 0, target.Get(), target.length) < 0) {
-      return false;
+   // One that meets a port that is just coming up is lost, as anywhere.
+   auto const end = Clock::now() + deadline;
+   while (Clock::now() < end) {
+      if (sendto(socket.Get(), request.data(), request.size(), 0, target.Get(), target.length) <
+          0) {
+         return false;
+      }
+      if (WaitForAnswer(socket.Get(), four, id, std::min(end, Clock::now() + interval))) {
+         return true;
+      }
    }
-   return WaitForAnswer(socket.Get(), four, id, Clock::now() + deadline);
+   return false;
 }
 
 } // namespace netlab

@@ -10,9 +10,9 @@
 
 namespace netlab {
 
-// Sends one request to the address and waits for its answer. False at the deadline, or if there is
-// no way there. `size` is that of the payload in bytes; a packet that is too large for the way
-// isn't broken up.
+// Sends a request to the address each second until one is answered. False at the deadline, or if
+// there is no way there. `size` is that of the payload in bytes; a packet that is too large for the
+// way isn't broken up.
 bool Ping(Namespace const& place, std::string const& address,
           test::Milliseconds deadline = test::patience, std::size_t size = 32);
 

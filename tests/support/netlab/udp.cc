@@ -170,6 +170,17 @@ bool UdpFlow::WaitForMore(std::size_t count, test::Milliseconds deadline) const
    return arrived.wait_for(lock, deadline, [&] { return answers.size() >= wanted; });
 }
 
+bool UdpFlow::WaitForSilence(test::Milliseconds quiet, test::Milliseconds deadline) const
+{
+   auto const end = Clock::now() + deadline;
+   while (WaitForMore(1, quiet)) {
+      if (Clock::now() >= end) {
+         return false;
+      }
+   }
+   return true;
+}
+
 FlowReport UdpFlow::Finish(std::chrono::milliseconds quiet)
 {
    std::unique_lock lock(mutex);

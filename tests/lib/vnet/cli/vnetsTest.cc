@@ -180,6 +180,16 @@ int VnetsTest::GetWatcher()
    return watchers.empty() ? 0 : watchers.front();
 }
 
+void VnetsTest::KillWatcher()
+{
+   auto const facts = process::FindProcess(GetWatcher());
+   auto const watcher = facts ? process::ProcessHandle::Open(facts->identity) : std::nullopt;
+   ASSERT_TRUE(watcher);
+   watcher->Signal(SIGKILL);
+   // It has no arguments any more long before it has ended: its sockets take a while to close.
+   ASSERT_TRUE(watcher->WaitForEnd(test::patience));
+}
+
 std::vector<int> VnetsTest::ListDnsmasqs()
 {
    return ListProcesses({"/usr/sbin/dnsmasq"});

@@ -51,6 +51,8 @@ protected:
 
    // The watcher's process number, or 0. More than one is a failure.
    static int GetWatcher();
+   // Kills it and waits for its end. Without one it is a failure.
+   static void KillWatcher();
    // Pids of all watchers of this host.
    static std::vector<int> ListWatchers();
    static std::vector<int> ListDnsmasqs();

@@ -258,6 +258,8 @@ TEST_F(VnetsCommandTest, StatusTellsADeadServer)
    WriteDatabase(GetHosted());
    RunWell({"start", "8"});
    ASSERT_EQ(1u, ListDnsmasqs().size());
+   // It would start the server again with whatever it looks at next.
+   KillWatcher();
    kill(ListDnsmasqs().front(), SIGKILL);
    ASSERT_TRUE(test::Eventually([] { return ListDnsmasqs().empty(); }));
    auto const text = RunWell({"status", "8"});

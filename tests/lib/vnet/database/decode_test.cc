@@ -98,7 +98,7 @@ TEST(DecodeTest, ABadValueCountsAsNeverSetAndIsNamed)
       {"nat=1", "nat: \"1\" isn't \"true\" or \"false\""},
       {"nat-gateway=224.0.0.1", "nat-gateway: \"224.0.0.1\" isn't an IPv4 address of a host"},
       {"nat-config-port=65536", "nat-config-port: \"65536\" isn't a number from 0 to 65535"},
-      {"nat-udp-timeout=0", "nat-udp-timeout: \"0\" isn't a number of seconds from 1 to 86400"},
+      {"nat-udp-timeout=-1", "nat-udp-timeout: \"-1\" isn't a number of seconds from 0 to 86400"},
       {"nat-ipv6-prefix=fd00::", "nat-ipv6-prefix: \"fd00::\" isn't an IPv6 address, \"/\" and a "
                                  "length from 0 to 128"},
       {"dhcp-max-lease=1h", "dhcp-max-lease: \"1h\" isn't a number of seconds from 1 to "

@@ -2,27 +2,10 @@
 #include "lib/vnet/database/tempPlace.hh"
 
 #include <algorithm>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <stdexcept>
 
 namespace test {
-
-TempPlace::TempPlace()
-{
-   auto name = (std::filesystem::temp_directory_path() / "vnet-XXXXXX").string();
-   if (!mkdtemp(name.data())) {
-      throw std::runtime_error("no temporary folder");
-   }
-   folder = name;
-}
-
-TempPlace::~TempPlace()
-{
-   std::error_code ignored;
-   std::filesystem::remove_all(folder, ignored);
-}
 
 void TempPlace::Write(std::string const& text) const
 {
@@ -39,7 +22,7 @@ std::string TempPlace::Read() const
 std::vector<std::string> TempPlace::List() const
 {
    std::vector<std::string> names;
-   for (auto const& entry : std::filesystem::directory_iterator(folder)) {
+   for (auto const& entry : std::filesystem::directory_iterator(GetFolder())) {
       names.push_back(entry.path().filename());
    }
    std::ranges::sort(names);

@@ -2,6 +2,7 @@
 // A folder of a test's own, with a database and a lock folder in it.
 #pragma once
 
+#include "support/testProcess.hh"
 #include "vnet/database/database.hh"
 
 #include <filesystem>
@@ -13,15 +14,12 @@ namespace test {
 // Gone with its files when it dies.
 class TempPlace {
 public:
-   TempPlace();
+   TempPlace() = default;
    explicit TempPlace(std::string const& text) : TempPlace() { Write(text); }
-   ~TempPlace();
-   TempPlace(TempPlace const&) = delete;
-   TempPlace& operator=(TempPlace const&) = delete;
 
-   std::filesystem::path const& GetFolder() const { return folder; }
-   std::string GetFile() const { return folder / "networking"; }
-   std::string GetLockFolder() const { return folder / "run"; }
+   std::filesystem::path const& GetFolder() const { return folder.GetPath(); }
+   std::string GetFile() const { return GetFolder() / "networking"; }
+   std::string GetLockFolder() const { return GetFolder() / "run"; }
    vnet::Database::Place Get(std::chrono::milliseconds patience = std::chrono::seconds(30)) const
    {
       return {GetFile(), GetLockFolder(), patience};
@@ -34,7 +32,7 @@ public:
    std::vector<std::string> List() const;
 
 private:
-   std::filesystem::path folder;
+   TempDir folder;
 };
 
 // A database with something of everything, comments and unknown keys included.

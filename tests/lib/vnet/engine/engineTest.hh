@@ -61,10 +61,8 @@ protected:
    std::optional<Engine> engine;
    int watchersEnsured = 0;
    int watchersStopped = 0;
-   test::HostState before; // the host without any network of ours
-
-private:
-   netlab::Namespace outside;
+   test::HostState before;    // the host without any network of ours
+   netlab::Namespace outside; // 198.51.100.2 on eth0; the host's eth1 has its cable there, too
 };
 
 } // namespace vnet::engine

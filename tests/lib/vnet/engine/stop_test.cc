@@ -143,7 +143,8 @@ TEST_F(StopTest, WhatAnEarlierProcessLeftIsFoundByEachOfItsParts)
    engine->StartAll(settings);
    EXPECT_FALSE(HasTable(3));
 
-   GetHost().Command("ip link add tvnet4 alias tavrin-tvnet4 type bridge");
+   GetHost().Command("ip link add tvnet4 type bridge");
+   GetHost().Command("ip link set tvnet4 alias tavrin-tvnet4");
    MakeEngine();
    EXPECT_THAT(engine->ListPresent(), ElementsAre(4));
    engine->StartAll(settings);

@@ -110,6 +110,40 @@ TEST_F(RulesetTest, TablesOfOneFamilyAreListed)
    EXPECT_FALSE(ruleset->HasTable("netdev", "a"));
 }
 
+TEST_F(RulesetTest, ATextForOneTableDoesWhatItSays)
+{
+   std::string const replacement =
+      "table inet a\ndelete table inet a\ntable inet a { chain c { }; }\n";
+   ruleset->Run("table inet a { chain old { }; }\ntable inet b { chain kept { }; }\n", "x");
+   auto const other = ruleset->List("inet", "b");
+
+   ruleset->RunFor("inet", "a", replacement);
+   EXPECT_EQ("table inet a {\n\tchain c {\n\t}\n}\n", ruleset->List("inet", "a"));
+   EXPECT_EQ(other, ruleset->List("inet", "b"));
+   ruleset->Delete("inet", "a");
+   ruleset->RunFor("inet", "a", replacement);
+   EXPECT_TRUE(ruleset->HasTable("inet", "a"));
+}
+
+TEST_F(RulesetTest, ABadTextForOneTableChangesNothing)
+{
+   ruleset->Run("table inet a { chain c { }; }\n", "x");
+   auto const before = ruleset->List("inet", "a");
+   EXPECT_THROW(
+      ruleset->RunFor("inet", "a",
+                      "delete table inet a\ntable inet a { chain d { jump nowhere; }; }\n"),
+      Error);
+   EXPECT_EQ(before, ruleset->List("inet", "a"));
+   EXPECT_THROW(ruleset->RunFor("inet", "a", "nonsense\n"), Error);
+   EXPECT_EQ(before, ruleset->List("inet", "a"));
+}
+
+TEST_F(RulesetTest, AFamilyThatIsNoneIsRefused)
+{
+   EXPECT_THROW(ruleset->ListTables("nonsense"), Error);
+   EXPECT_THROW(ruleset->HasTable("nonsense", "a"), Error);
+}
+
 TEST_F(RulesetTest, DeletingWhatIsNotThereIsNoFailure)
 {
    ruleset->Run("table inet a\ntable inet b\n", "x");

@@ -116,8 +116,8 @@ TEST_F(ParametersTest, TheNumbersAndSwitchesOfNat)
 {
    ExpectGood(nat, VNL_NAT_CONFIG_PORT, {"1", "65535", "0"});
    ExpectBad(nat, VNL_NAT_CONFIG_PORT, {"65536", "-1", "00", "080", "http", "1.0"});
-   ExpectGood(nat, VNL_NAT_UDP_TIMEOUT, {"1", "32767", "86400"});
-   ExpectBad(nat, VNL_NAT_UDP_TIMEOUT, {"0", "86401", "-30", "030", "30s"});
+   ExpectGood(nat, VNL_NAT_UDP_TIMEOUT, {"0", "1", "32767", "86400"});
+   ExpectBad(nat, VNL_NAT_UDP_TIMEOUT, {"00", "86401", "-30", "030", "30s"});
    for (auto const id : {VNL_NAT_ALLOW_ACTIVE_FTP, VNL_NAT_ALLOW_ANY_OUI, VNL_NAT_ENABLE_IPV6}) {
       ExpectGood(nat, id, {"0", "1", "0"});
       ExpectBad(nat, id, {"2", "true", "false", "yes", "01", "-1"});

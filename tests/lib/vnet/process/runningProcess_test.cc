@@ -95,14 +95,15 @@ TEST(RunningProcessTest, AZombieIsNoProcess)
 TEST(RunningProcessTest, IsFoundByItsFirstArguments)
 {
    std::string const mark = "mark-" + std::to_string(getpid());
+   // Without a child of its own, which would have the same arguments for a moment.
    auto const child =
-      ChildProcess::Start({.arguments = {"/bin/sh", "-c", "sleep 600; :", mark, "more"}});
-   auto const found = FindProcesses({"/bin/sh", "-c", "sleep 600; :", mark});
+      ChildProcess::Start({.arguments = {"/bin/sh", "-c", "kill -STOP $$; :", mark, "more"}});
+   auto const found = FindProcesses({"/bin/sh", "-c", "kill -STOP $$; :", mark});
    ASSERT_EQ(1u, found.size());
    EXPECT_EQ(child.GetPid(), found[0].identity.pid);
-   EXPECT_TRUE(FindProcesses({"/bin/sh", "-c", "sleep 600; :", mark + "x"}).empty());
+   EXPECT_TRUE(FindProcesses({"/bin/sh", "-c", "kill -STOP $$; :", mark + "x"}).empty());
    EXPECT_TRUE(
-      FindProcesses({"/bin/sh", "-c", "sleep 600; :", mark, "more", "than it has"}).empty());
+      FindProcesses({"/bin/sh", "-c", "kill -STOP $$; :", mark, "more", "than it has"}).empty());
 }
 
 TEST(ProcessHandleTest, AnotherProcessWithTheNumberIsNotHeld)

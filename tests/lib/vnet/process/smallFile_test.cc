@@ -137,6 +137,23 @@ TEST_F(SmallFileTest, RemovingWhatIsNotThereIsNoFailure)
    EXPECT_THROW(RemoveFile(folder.GetPath()), Error);
 }
 
+TEST_F(SmallFileTest, WhatAKilledWriterLeftIsRemovedAndNothingElse)
+{
+   auto const below = [this](char const* name) { return folder.GetPath() / name; };
+   ReplaceFile(path, "text");
+   for (auto const* name : {".note.new", ".other", "note.new", ".note.newer"}) {
+      ReplaceFile(below(name), "half");
+   }
+   fs::create_directory(below(".folder.new"));
+   RemoveLeftovers(folder.GetPath());
+   EXPECT_FALSE(fs::exists(below(".note.new")));
+   for (auto const* name : {".other", "note.new", ".note.newer", ".folder.new"}) {
+      EXPECT_TRUE(fs::exists(below(name))) << name;
+   }
+   EXPECT_EQ("text", ReadSmallFile(path));
+   RemoveLeftovers(folder.GetPath() / "nothing");
+}
+
 } // namespace
 
 } // namespace vnet::process

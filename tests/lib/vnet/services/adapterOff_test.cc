@@ -121,6 +121,7 @@ TEST_F(AdapterOffTest, AConnectionOfTheHostEndsWithItsAdapter)
    ASSERT_TRUE(flow.WaitForMore(10));
    Get(8).useAdapter = false;
    Make(8);
+   ASSERT_TRUE(flow.WaitForSilence(silence));
    auto const before = echo.GetCount();
    EXPECT_FALSE(flow.WaitForMore(1, silence));
    EXPECT_EQ(before, echo.GetCount());

@@ -38,6 +38,7 @@ Database MakeEverything()
    network.dhcp.maxLease = 86400;
    network.dhcp.netbiosServer = network.dhcp.router = network.dhcp.dnsServer = Parse("192.168.8.1");
    database.facts.waysOut = {{"eth0", 1}, {"tun0", 0}};
+   database.facts.nameservers = {"198.51.100.53", "2001:db8::53", "fe80::1%eth0"};
    return database;
 }
 

@@ -46,6 +46,7 @@ TEST_P(GoldenTest, ThePlanIsTheOneThatWasApproved)
    if (wanted.dnsmasq) {
       Compare("conf", wanted.dnsmasq->configuration);
       Compare("options", wanted.dnsmasq->options);
+      Compare("servers", wanted.dnsmasq->servers);
    }
 }
 

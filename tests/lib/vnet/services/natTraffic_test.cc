@@ -79,6 +79,25 @@ TEST_F(NatTrafficTest, AGuestResolvesNamesByTheGateway)
    EXPECT_EQ("203.0.113.7", Resolve(guest.place, "192.168.8.2", "outside.test"));
 }
 
+TEST_F(NatTrafficTest, TheHostsNameserversAreAskedInTheirOrder)
+{
+   outside.AddAddress("eth0", "198.51.100.3/24");
+   AddResolver("198.51.100.3", "203.0.113.8");
+   GetFacts().nameservers = {"198.51.100.2", "198.51.100.3"};
+   Make(8);
+   auto& guest = AddGuest(8);
+   EXPECT_EQ("203.0.113.7", Resolve(guest.place, "192.168.8.2", "outside.test"));
+
+   GetFacts().nameservers = {"198.51.100.3", "198.51.100.2"};
+   Make(8);
+   EXPECT_TRUE(test::Eventually(
+      [&guest] { return Resolve(guest.place, "192.168.8.2", "outside.test") == "203.0.113.8"; }));
+   GetFacts().nameservers = {"198.51.100.2"};
+   Make(8);
+   EXPECT_TRUE(test::Eventually(
+      [&guest] { return Resolve(guest.place, "192.168.8.2", "outside.test") == "203.0.113.7"; }));
+}
+
 TEST_F(NatTrafficTest, TheGatewayAnswersPing)
 {
    Make(8);

@@ -55,8 +55,8 @@ void PutForwards(std::ostream& text, WantedNetwork const& wanted)
 
 void PutFiles(std::ostream& text, WantedDnsmasq const& files)
 {
-   text << "dnsmasq " << files.configurationPath << " " << files.optionsPath << " " << files.pidPath
-        << " " << files.leasePath << "\n";
+   text << "dnsmasq " << files.configurationPath << " " << files.optionsPath << " "
+        << files.serversPath << " " << files.pidPath << " " << files.leasePath << "\n";
 }
 
 } // namespace

@@ -288,13 +288,12 @@ TEST_F(PlanTest, FilesAreWhereTheHostSays)
 {
    database.facts.runFolder = "/a";
    database.facts.stateFolder = "/b";
-   database.facts.resolvFile = "/c";
    auto const dnsmasq = *Make().dnsmasq;
    EXPECT_EQ("/a/tvnet8/dnsmasq.conf", dnsmasq.configurationPath);
    EXPECT_THAT(dnsmasq.configuration, AllOf(HasSubstr("pid-file=/a/tvnet8/dnsmasq.pid\n"),
                                             HasSubstr("dhcp-optsfile=/a/tvnet8/dnsmasq.options\n"),
                                             HasSubstr("dhcp-leasefile=/b/tvnet8/dnsmasq.leases\n"),
-                                            HasSubstr("resolv-file=/c\n")));
+                                            HasSubstr("servers-file=/a/tvnet8/dnsmasq.servers\n")));
    EXPECT_EQ("/a/tvnet8/dnsmasq.options", dnsmasq.optionsPath);
    EXPECT_EQ("/a/tvnet8/dnsmasq.pid", dnsmasq.pidPath);
    EXPECT_EQ("/b/tvnet8/dnsmasq.leases", dnsmasq.leasePath);

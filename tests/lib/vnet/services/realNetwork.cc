@@ -20,8 +20,6 @@ namespace vnet::services {
 
 namespace {
 
-constexpr auto outsidePid = "/run/outside.pid";
-
 Address Parse(std::string const& text)
 {
    return *Address::Parse(text);
@@ -78,10 +76,9 @@ void RealNetworkTest::SetUp()
    facts.dnsmasqUser = service.user;
    facts.dnsmasqGroup = service.group;
    facts.waysOut = {{"eth0", 1}};
-   facts.resolvFile = "/run/resolv.conf";
+   facts.nameservers = {"198.51.100.2"};
    facts.forwardsIpv6ByDevice =
       host::Sysctl().Read("ipv6", "default", "force_forwarding").has_value();
-   std::ofstream(facts.resolvFile) << "nameserver 198.51.100.2\n";
 }
 
 void RealNetworkTest::MakeOutside()
@@ -94,11 +91,18 @@ void RealNetworkTest::MakeOutside()
    outside.Command("ip addr add 2001:db8::2/64 dev eth0 nodad");
    host.Command("ip route add default via 198.51.100.2");
    host.Command("ip -6 route add default via 2001:db8::2");
+   AddResolver("198.51.100.2", "203.0.113.7");
+}
+
+void RealNetworkTest::AddResolver(std::string const& address, std::string const& known)
+{
    auto const service = process::FindServiceUser();
+   auto const pidFile = "/run/resolver-" + address + ".pid";
    outside.Command(std::vector<std::string>{
-      "dnsmasq", "--conf-file=/dev/null", std::string("--pid-file=") + outsidePid,
-      "--listen-address=198.51.100.2", "--bind-interfaces", "--no-resolv", "--no-hosts",
-      "--address=/outside.test/203.0.113.7", "--user=" + service.user, "--group=" + service.group});
+      "dnsmasq", "--conf-file=/dev/null", "--pid-file=" + pidFile, "--listen-address=" + address,
+      "--bind-interfaces", "--no-resolv", "--no-hosts", "--address=/outside.test/" + known,
+      "--user=" + service.user, "--group=" + service.group});
+   resolvers.push_back(pidFile);
 }
 
 void RealNetworkTest::TearDown()
@@ -108,9 +112,11 @@ void RealNetworkTest::TearDown()
          network.dnsmasq->Stop();
       }
    }
-   int pid = 0;
-   if (std::ifstream(outsidePid) >> pid) {
-      kill(pid, SIGKILL);
+   for (auto const& pidFile : resolvers) {
+      int pid = 0;
+      if (std::ifstream(pidFile) >> pid) {
+         kill(pid, SIGKILL);
+      }
    }
 }
 
@@ -217,9 +223,10 @@ void RealNetworkTest::MakeDnsmasq(WantedNetwork const& wanted, host::Link const&
       return;
    }
    auto const& files = *wanted.dnsmasq;
-   dnsmasq.emplace(process::DnsmasqFiles{files.configurationPath, files.optionsPath, files.pidPath,
-                                         files.leasePath});
-   dnsmasq->Apply({files.configuration, files.options, static_cast<std::uint64_t>(link.index)});
+   dnsmasq.emplace(process::DnsmasqFiles{files.configurationPath, files.optionsPath,
+                                         files.serversPath, files.pidPath, files.leasePath});
+   dnsmasq->Apply(
+      {files.configuration, files.options, files.servers, static_cast<std::uint64_t>(link.index)});
 }
 
 Guest& RealNetworkTest::Plug(unsigned int index)

@@ -41,6 +41,9 @@ protected:
    NetworkSettings& AddNat(unsigned int index, std::string const& subnet);
    NetworkSettings& AddHostOnly(unsigned int index, std::string const& subnet);
 
+   // A resolver outside that knows this address for outside.test.
+   void AddResolver(std::string const& address, std::string const& known);
+
    // Makes what is planned for the network of what this made for it before. What stays is left
    // alone, so what comes is behind it.
    WantedNetwork Make(unsigned int index);
@@ -72,6 +75,7 @@ private:
    std::unique_ptr<host::RouteSocket> socket;
    std::unique_ptr<host::Ruleset> ruleset;
    std::deque<Guest> guests;
+   std::vector<std::string> resolvers; // their pid files
    std::map<unsigned int, Made> made;
 };
 

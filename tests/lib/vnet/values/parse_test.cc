@@ -105,9 +105,10 @@ TEST(ParseTest, AConfigurationPortMayBeNone)
 
 TEST(ParseTest, TimesArePositiveAndBounded)
 {
+   EXPECT_EQ(0u, ParseUdpTimeout("0"));
    EXPECT_EQ(1u, ParseUdpTimeout("1"));
    EXPECT_EQ(86400u, ParseUdpTimeout("86400"));
-   ExpectNone(ParseUdpTimeout, {"", "0", "86401", "30s", "030"});
+   ExpectNone(ParseUdpTimeout, {"", "-1", "86401", "30s", "030"});
 
    EXPECT_EQ(1u, ParseLease("1"));
    EXPECT_EQ(2147483647u, ParseLease("2147483647"));

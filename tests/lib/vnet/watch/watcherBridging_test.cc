@@ -5,7 +5,6 @@
 #include "support/netlab/ping.hh"
 #include "support/netlab/udp.hh"
 
-#include <csignal>
 #include <gtest/gtest.h>
 
 namespace vnet::watch {
@@ -207,8 +206,7 @@ TEST_F(WatcherBridgingTest, ANewMacAndMtuOfTheAdapterAreFollowed)
 TEST_F(WatcherBridgingTest, AWatcherThatComesLateFindsWhatItMissed)
 {
    Start({"eth0", "eth1"});
-   kill(GetWatcher(), SIGKILL);
-   ASSERT_TRUE(test::Eventually([] { return ListWatchers().empty(); }));
+   KillWatcher();
    lan.GetSwitch().Command("ip link set " + wire0 + " down");
    GetHost().Command("nft delete table inet tavrin-tvnet0");
    test::TestProcess const watcher({GetProgram(), "watch"});

@@ -6,6 +6,7 @@
 #include "vnet/watch/watcherControl.hh"
 
 #include <csignal>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -89,8 +90,7 @@ TEST_F(WatcherLifeTest, AKilledOneIsReplacedByTheNextStart)
 {
    Start();
    int const watcher = GetWatcher();
-   kill(watcher, SIGKILL);
-   ASSERT_TRUE(test::Eventually([] { return ListWatchers().empty(); }));
+   KillWatcher();
    EXPECT_FALSE(IsWatcherRunning());
    RunWell({"start"});
    EXPECT_NE(0, GetWatcher());
@@ -102,8 +102,7 @@ TEST_F(WatcherLifeTest, AKilledOneIsReplacedByTheNextStart)
 TEST_F(WatcherLifeTest, AStaleRecordOfAnotherProcessIsNotBelieved)
 {
    Start();
-   kill(GetWatcher(), SIGKILL);
-   ASSERT_TRUE(test::Eventually([] { return ListWatchers().empty(); }));
+   KillWatcher();
    // This process has the number now, and started at another time.
    std::ofstream("/run/tavrin/watcher.pid") << getpid() << " 1 0\n";
    EXPECT_FALSE(IsWatcherRunning());
@@ -125,8 +124,7 @@ TEST_F(WatcherLifeTest, ASecondOneByHandLeaves)
 TEST_F(WatcherLifeTest, OneByHandIsAsGoodAsAnother)
 {
    Start();
-   kill(GetWatcher(), SIGKILL);
-   ASSERT_TRUE(test::Eventually([] { return ListWatchers().empty(); }));
+   KillWatcher();
    test::TestProcess watcher({GetProgram(), "watch"});
    ASSERT_TRUE(test::Eventually([] { return IsWatcherRunning(); }));
    RunWell({"start"});
@@ -145,7 +143,9 @@ TEST_F(WatcherLifeTest, WithoutNetworksThereIsNothingToWatch)
 TEST_F(WatcherLifeTest, TermEndsItAndTheNetworksGoOn)
 {
    Start();
-   kill(GetWatcher(), SIGTERM);
+   int const watcher = GetWatcher();
+   ASSERT_NE(0, watcher);
+   kill(watcher, SIGTERM);
    EXPECT_TRUE(test::Eventually([] { return ListWatchers().empty(); }));
    EXPECT_TRUE(HasLink("tvnet1") && HasLink("tvnet8"));
    EXPECT_EQ(2u, ListDnsmasqs().size());
@@ -157,6 +157,8 @@ TEST_F(WatcherLifeTest, ItHasItsOwnSessionAndNothingOfItsStarter)
    ASSERT_TRUE(inherited.IsOpen());
    Start();
    int const watcher = GetWatcher();
+   // What it has open while it works is its own business.
+   ASSERT_TRUE(FallsAsleep(watcher));
    EXPECT_EQ(watcher, getsid(watcher));
    auto const folder = "/proc/" + std::to_string(watcher);
    EXPECT_EQ("/", fs::read_symlink(folder + "/cwd"));
@@ -238,6 +240,29 @@ TEST_F(WatcherLifeTest, StoppingNoneDoesNothing)
 {
    StopWatcher();
    EXPECT_FALSE(IsWatcherRunning());
+}
+
+TEST_F(WatcherLifeTest, ALibraryOfABuildTreeRunsTheProgramBesideIt)
+{
+   WriteDatabase(GetHosted());
+   void* const library = dlopen(TEST_BUILD_DIR "/lib/libvnetlib.so", RTLD_NOW | RTLD_LOCAL);
+   ASSERT_NE(nullptr, library) << dlerror();
+   auto const load = reinterpret_cast<bool (*)(int)>(dlsym(library, "VNL_Load"));
+   auto const unload = reinterpret_cast<void (*)()>(dlsym(library, "VNL_Unload"));
+   auto const enable =
+      reinterpret_cast<bool (*)(char const*)>(dlsym(library, "VNL_EnableNetworkAdapter"));
+   ASSERT_TRUE(load && unload && enable);
+   ASSERT_TRUE(load(0));
+   EXPECT_TRUE(enable("tvnet1"));
+   unload();
+   EXPECT_NE(0, GetWatcher());
+   RunWell({"stop"});
+   // The library may have a child to reap; it does with the next call.
+   ASSERT_TRUE(load(0));
+   EXPECT_TRUE(enable("tvnet1"));
+   unload();
+   EXPECT_EQ(1u, ListWatchers().size());
+   dlclose(library);
 }
 
 // This test program isn't tavrin-vnets, and no library of the build tree.

@@ -4,7 +4,10 @@
 #include "support/netlab/ping.hh"
 #include "vnet/database/lockFile.hh"
 #include "vnet/host/ruleset.hh"
+#include "vnet/watch/watcherControl.hh"
 
+#include <csignal>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -146,7 +149,7 @@ TEST_F(WatcherRulesTest, NothingHappensInTheMiddleOfASave)
       GetHost().Command("nft flush ruleset");
       EXPECT_FALSE(test::Eventually([this] { return ListTables() != ""; }, aSecond));
    }
-   EXPECT_TRUE(ComeBack());
+   EXPECT_TRUE(ComeBack(test::patience));
 }
 
 TEST_F(WatcherRulesTest, TheDatabaseIsReadAnew)
@@ -161,6 +164,39 @@ TEST_F(WatcherRulesTest, TheDatabaseIsReadAnew)
    }
    EXPECT_TRUE(test::Eventually(
       [this] { return ListRules().find("192.168.8.60") != std::string::npos; }, aSecond));
+}
+
+TEST_F(WatcherRulesTest, WhoeverWakesItHasItReadTheDatabase)
+{
+   Start();
+   auto const hasRule = [this](std::string const& address) {
+      return test::Eventually([&] { return ListRules().find(address) != std::string::npos; },
+                              aSecond);
+   };
+   WriteDatabase(GetAutomatic({"eth0"}) + GetHosted() +
+                 "[tvnet8 forward tcp 2222]\naddress=192.168.8.60\nport=22\n");
+   {
+      auto const lock = LockFile::Take("/run/tavrin", test::patience);
+      EnsureWatcher("/run/tavrin", GetProgram());
+   }
+   EXPECT_TRUE(hasRule("192.168.8.60"));
+   WriteDatabase(GetAutomatic({"eth0"}) + GetHosted() +
+                 "[tvnet8 forward tcp 2222]\naddress=192.168.8.61\nport=22\n");
+   ASSERT_NE(0, GetWatcher());
+   kill(GetWatcher(), SIGHUP);
+   EXPECT_TRUE(hasRule("192.168.8.61"));
+}
+
+TEST_F(WatcherRulesTest, TheHostsNameserversAreFollowed)
+{
+   std::ofstream("/etc/resolv.conf") << "nameserver 10.3.0.9\n";
+   Start();
+   auto const served = [] { return test::ReadFile("/run/tavrin/tvnet8/dnsmasq.servers"); };
+   EXPECT_EQ("server=10.3.0.9\n", served());
+   auto const servers = ListDnsmasqs();
+   std::ofstream("/etc/resolv.conf") << "nameserver 10.3.0.8\nnameserver fd00::53\n";
+   EXPECT_TRUE(test::Eventually([&] { return served() == "server=10.3.0.8\nserver=fd00::53\n"; }));
+   EXPECT_EQ(servers, ListDnsmasqs());
 }
 
 TEST_F(WatcherRulesTest, WithADamagedDatabaseTheRulesComeBackAsTheyWere)

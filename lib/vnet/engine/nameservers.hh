@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Whom the host asks for names.
+#pragma once
+
+#include <string>
+#include <sys/stat.h>
+#include <vector>
+
+namespace vnet::engine {
+
+// The nameservers of a file as resolv.conf(5) describes it, in its order and written canonically.
+// Lines that name no address are left out; so is everything behind the first 16, as the file may be
+// anything. Empty if it can't be read.
+std::vector<std::string> ReadNameservers(std::string const& path);
+
+// Those of one file, read again when it is another one.
+class Nameservers {
+public:
+   explicit Nameservers(std::string const& file) : path(file) {}
+
+   // Whether they changed since the last call; they did at the first.
+   bool Refresh();
+   std::vector<std::string> const& Get() const { return nameservers; }
+
+private:
+   std::string path;
+   bool known = false;
+   struct stat stamp {};
+   std::vector<std::string> nameservers;
+};
+
+} // namespace vnet::engine
