@@ -8,9 +8,4 @@ sigc::connection Signal::connect(sigc::slot<void> const& slot)
    return signal.connect(slot);
 }
 
-DestroyNotifier::~DestroyNotifier()
-{
-   destroyed.emit();
-}
-
 } // namespace cui

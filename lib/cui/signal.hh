@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// A signal without arguments, and an object that tells of its end.
+// A signal without arguments.
 #pragma once
 
 #include <sigc++/sigc++.h>
@@ -14,17 +14,6 @@ public:
 
 private:
    sigc::signal<void> signal;
-};
-
-class DestroyNotifier : public sigc::trackable {
-public:
-   // Emitted by the destructor.
-   Signal destroyed;
-
-   DestroyNotifier() = default;
-   DestroyNotifier(DestroyNotifier const&) = delete;
-   DestroyNotifier& operator=(DestroyNotifier const&) = delete;
-   virtual ~DestroyNotifier();
 };
 
 } // namespace cui

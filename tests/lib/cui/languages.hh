@@ -2,6 +2,8 @@
 // Languages made for one test: locales and catalogues in a temporary directory.
 #pragma once
 
+#include "support/testProcess.hh"
+
 #include <filesystem>
 #include <string>
 
@@ -35,7 +37,8 @@ public:
    std::filesystem::path GetCatalogueFile(std::string const& language) const;
 
 private:
-   std::filesystem::path top;
+   test::TempDir folder;
+   std::filesystem::path const top = folder.GetPath();
 };
 
 } // namespace cui

@@ -6,6 +6,7 @@
 
 Prints role, name and text of every element that is shown. Fails if there is no such window.
 """
+import os
 import sys
 import time
 
@@ -14,20 +15,10 @@ import gi
 gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi  # noqa: E402
 
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "support"))
+from desktop import children, walk  # noqa: E402
+
 DEADLINE = time.monotonic() + 20
-
-
-def children(element):
-    for index in range(element.get_child_count()):
-        child = element.get_child_at_index(index)
-        if child is not None:
-            yield child
-
-
-def elements(top):
-    yield top
-    for child in children(top):
-        yield from elements(child)
 
 
 def is_shown(element):
@@ -53,7 +44,7 @@ def describe(element):
 
 def main(program, window, button):
     pressed = None
-    for element in elements(find_window(program, window)):
+    for element in walk(find_window(program, window)):
         if is_shown(element):
             print(describe(element))
             if element.get_role_name() == "push button" and element.get_name() == button:
