@@ -13,9 +13,12 @@
 #include "lui/installation.hh"
 #include "lui/singletonApp.hh"
 #include "lui/warningDialog.hh"
+#include "tvnetcfg/common/editable.hh"
+#include "tvnetcfg/linux/editor.hh"
 
 #include <glibmm/miscutils.h>
 #include <gtkmm/main.h>
+#include <gtkmm/menuitem.h>
 #include <memory>
 #include <sys/prctl.h>
 #include <unistd.h>
@@ -194,8 +197,18 @@ int client_main(int argc, char** argv)
       return 1;
    }
 
-   lui::Utils::SendData(channel.requestPipe[1], "Quit");
+   common::Editable* const model = common::Editable::Restore(reply);
+   // Never deleted: the window outlives everything that it shows.
+   auto* const editor = new Editor(model, channel.replyPipe[0], channel.requestPipe[1]);
+   editor->show();
+   singletonApp.signal_launched().connect(sigc::hide(sigc::mem_fun(*editor, &Editor::PresentSelf)));
+   Gtk::Main::run(*editor);
+
+   // Part of the order in which the client goes down; nothing depends on it.
+   Gtk::MenuItem item;
+   item.connect_property_changed("", sigc::slot<void>());
    CloseChannel(channel);
+   delete model;
    Poll_Exit();
    return 0;
 }

@@ -1,123 +1,20 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The client as the desktop starts it, on a desktop of the test's own. Elevation tools are
 // stand-ins that run what they are given without more rights; the networks are a recording double.
-#include "support/testProcess.hh"
+#include "clientTest.hh"
 
-#include <algorithm>
 #include <csignal>
-#include <filesystem>
-#include <gtest/gtest.h>
-#include <memory>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
+using test::ClientProcessTest;
 using test::Eventually;
 using test::ExitedWith;
 using test::KilledBy;
 using test::Milliseconds;
 using test::ReadFile;
 using test::TestProcess;
-
-// What every client of these tests gets: folders and networks of its own.
-class ClientProcessTest : public testing::Test {
-protected:
-   ClientProcessTest()
-   {
-      for (char const* const name : {"state", "tools", "config"}) {
-         std::filesystem::create_directory(dir.GetPath() / name);
-      }
-   }
-
-   TestProcess::Environment GetEnvironment() const
-   {
-      return {{"LD_LIBRARY_PATH", TEST_BUILD_DIR "/tests/double"},
-              {"TAVRIN_DOUBLE_LOG", dir.GetPath() / "calls"},
-              {"XDG_STATE_HOME", dir.GetPath() / "state"},
-              {"XDG_CONFIG_HOME", dir.GetPath() / "config"},
-              {"HOME", dir.GetPath()},
-              {"PATH", std::string(dir.GetPath() / "tools") + ":/usr/bin:/bin"}};
-   }
-
-   static TestProcess::Environment With(TestProcess::Environment environment,
-                                        TestProcess::Environment const& more)
-   {
-      environment.insert(environment.end(), more.begin(), more.end());
-      return environment;
-   }
-
-   // With the double of the system's calls, and what more is given.
-   static TestProcess::Environment Preload(TestProcess::Environment more)
-   {
-      more.emplace_back("LD_PRELOAD", TEST_BUILD_DIR "/tests/lib/libsystemDouble.so");
-      // The sanitizer's runtime wants to be first, and the double comes before it.
-      char const* const options = getenv("ASAN_OPTIONS");
-      more.emplace_back("ASAN_OPTIONS",
-                        std::string(options ? options : "") + ":verify_asan_link_order=0");
-      return more;
-   }
-
-   std::string GetCalls() const { return ReadFile(dir.GetPath() / "calls"); }
-
-   // The texts of the client's log files.
-   std::vector<std::filesystem::path> GetLogs() const
-   {
-      std::vector<std::filesystem::path> logs;
-      if (std::filesystem::exists(dir.GetPath() / "state/tavrin")) {
-         for (auto const& entry :
-              std::filesystem::directory_iterator(dir.GetPath() / "state/tavrin")) {
-            logs.push_back(entry.path());
-         }
-      }
-      return logs;
-   }
-
-   // Runs the desktop helper and returns what it printed; a failure of its is one of the test's.
-   static std::string Desktop(std::vector<std::string> arguments)
-   {
-      arguments.insert(arguments.begin(), {"/usr/bin/python3", TEST_SUPPORT_DIR "/desktop.py"});
-      TestProcess helper(arguments);
-      EXPECT_TRUE(ExitedWith(helper.Wait(Milliseconds(40000)), 0)) << helper.GetOutput();
-      return helper.GetOutput();
-   }
-
-   // The processes that were started for the client: they have its number as their last argument.
-   static std::vector<int> FindProcessesFor(TestProcess const& client)
-   {
-      std::string const number = '\0' + std::to_string(client.GetPid()) + '\0';
-      std::vector<int> found;
-      for (auto const& entry : std::filesystem::directory_iterator("/proc")) {
-         std::string const line = ReadFile(entry.path() / "cmdline");
-         if (line.size() > number.size() && line.ends_with(number) &&
-             line.find("tavrin-netcfg") != std::string::npos) {
-            found.push_back(std::stoi(entry.path().filename()));
-         }
-      }
-      return found;
-   }
-
-   static bool HasProcessFor(TestProcess const& client)
-   {
-      return !FindProcessesFor(client).empty();
-   }
-
-   static void EndProcessesFor(TestProcess const& client)
-   {
-      for (int const pid : FindProcessesFor(client)) {
-         kill(pid, SIGKILL);
-      }
-   }
-
-   std::string MakeTool(std::string const& name, std::string const& script) const
-   {
-      std::string const path = dir.Write("tools/" + name, script);
-      chmod(path.c_str(), 0755);
-      return path;
-   }
-
-   test::TempDir dir;
-};
 
 // --- root needs no tool
 
@@ -129,17 +26,12 @@ protected:
          GTEST_SKIP() << "only root starts the server without an elevation tool";
       }
    }
-
-   TestProcess Start(TestProcess::Environment const& more = {}) const
-   {
-      return TestProcess({TEST_BUILD_DIR "/tavrin-netcfg"}, With(GetEnvironment(), more));
-   }
 };
 
 TEST_F(RootClientTest, LoadsAndQuitsWithoutAnyTool)
 {
    TestProcess client = Start({{"PATH", "/nowhere"}});
-   ASSERT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
+   ASSERT_TRUE(ExitedWith(Cancel(client), 0)) << client.GetOutput();
    EXPECT_TRUE(Eventually([this] { return GetCalls().find("VNL_Unload") != std::string::npos; }));
    EXPECT_NE(std::string::npos, GetCalls().find("VNL_Load(0)"));
 }
@@ -147,7 +39,7 @@ TEST_F(RootClientTest, LoadsAndQuitsWithoutAnyTool)
 TEST_F(RootClientTest, LogNamesTheClientsOwnProcess)
 {
    TestProcess client = Start();
-   ASSERT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
+   ASSERT_TRUE(ExitedWith(Cancel(client), 0)) << client.GetOutput();
    ASSERT_EQ(1u, GetLogs().size()) << "the server and the forked child set no log up";
    std::string const path = GetLogs()[0];
    EXPECT_NE(std::string::npos, ReadFile(path).find("PID: " + std::to_string(client.GetPid()) +
@@ -157,7 +49,7 @@ TEST_F(RootClientTest, LogNamesTheClientsOwnProcess)
 TEST_F(RootClientTest, ProcessNameIsLeftAlone)
 {
    TestProcess client = Start(Preload({{"SYSTEM_DOUBLE_LOG", dir.GetPath() / "system"}}));
-   ASSERT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
+   ASSERT_TRUE(ExitedWith(Cancel(client), 0)) << client.GetOutput();
    EXPECT_EQ("fork \n", ReadFile(dir.GetPath() / "system"));
 }
 
@@ -227,18 +119,6 @@ protected:
       }
    }
 
-   TestProcess Start(TestProcess::Environment const& more = {}) const
-   {
-      return TestProcess({TEST_BUILD_DIR "/tavrin-netcfg"}, With(GetEnvironment(), more));
-   }
-
-   // A tool that writes its command line down and runs the program in its own place.
-   std::string MakePkexec() const
-   {
-      return MakeTool("pkexec", "#!/bin/sh\nprintf '%s\\n' \"$0\" \"$@\" >\"$HOME/vector\"\n"
-                                "exec \"$@\"\n");
-   }
-
    // A tool that stays, with the program as a child of a child.
    std::string MakeGnomesu() const
    {
@@ -274,7 +154,7 @@ TEST_F(UserClientTest, PkexecGetsTheProgramTheTwoDescriptorsAndTheClient)
 {
    std::string const tool = MakePkexec();
    TestProcess client = Start(OnlyOurTools());
-   ASSERT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
+   ASSERT_TRUE(ExitedWith(Cancel(client), 0)) << client.GetOutput();
    ExpectVector(tool, TEST_BUILD_DIR "/tavrin-netcfg", client.GetPid());
 }
 
@@ -282,7 +162,7 @@ TEST_F(UserClientTest, GnomesuGetsTheSame)
 {
    std::string const tool = MakeGnomesu();
    TestProcess client = Start(OnlyOurTools());
-   ASSERT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
+   ASSERT_TRUE(ExitedWith(Cancel(client), 0)) << client.GetOutput();
    ExpectVector(tool, TEST_BUILD_DIR "/tavrin-netcfg", client.GetPid());
 }
 
@@ -291,7 +171,7 @@ TEST_F(UserClientTest, PkexecIsPreferred)
    std::string const tool = MakePkexec();
    MakeGnomesu();
    TestProcess client = Start(OnlyOurTools());
-   ASSERT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
+   ASSERT_TRUE(ExitedWith(Cancel(client), 0)) << client.GetOutput();
    ASSERT_FALSE(GetVector().empty());
    EXPECT_EQ(tool, GetVector()[0]);
 }
@@ -301,7 +181,7 @@ TEST_F(UserClientTest, DeveloperVariableTakesTheServerFromAboveTheLibraries)
    MakePkexec();
    for (char const* const value : {"1", " "}) {
       TestProcess client = Start(With(OnlyOurTools(), {{"TVDEVEL", value}}));
-      ASSERT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
+      ASSERT_TRUE(ExitedWith(Cancel(client), 0)) << client.GetOutput();
       ASSERT_EQ(5u, GetVector().size());
       EXPECT_EQ(TEST_BUILD_DIR "/lib/../tavrin-netcfg", GetVector()[1]);
    }
@@ -313,7 +193,7 @@ TEST_F(UserClientTest, EmptyDeveloperVariableCountsToo)
    // By way of env(1), since an empty value here means to remove the variable.
    TestProcess client({"/usr/bin/env", "TVDEVEL=", TEST_BUILD_DIR "/tavrin-netcfg"},
                       With(GetEnvironment(), OnlyOurTools()));
-   ASSERT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
+   ASSERT_TRUE(ExitedWith(Cancel(client), 0)) << client.GetOutput();
    ASSERT_EQ(5u, GetVector().size());
    EXPECT_EQ(TEST_BUILD_DIR "/lib/../tavrin-netcfg", GetVector()[1]);
 }
@@ -323,7 +203,7 @@ TEST_F(UserClientTest, ProcessIsNamedPkexecForTheForkAloneAndHasItsNameBackAfter
    MakePkexec();
    TestProcess client =
       Start(With(OnlyOurTools(), Preload({{"SYSTEM_DOUBLE_LOG", dir.GetPath() / "system"}})));
-   ASSERT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
+   ASSERT_TRUE(ExitedWith(Cancel(client), 0)) << client.GetOutput();
    EXPECT_EQ(0u,
              ReadFile(dir.GetPath() / "system").find("name pkexec\nfork \nname tavrin-netcfg\n"));
 }
@@ -333,7 +213,7 @@ TEST_F(UserClientTest, ProcessNameIsLeftAloneWithGnomesu)
    MakeGnomesu();
    TestProcess client =
       Start(With(OnlyOurTools(), Preload({{"SYSTEM_DOUBLE_LOG", dir.GetPath() / "system"}})));
-   ASSERT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
+   ASSERT_TRUE(ExitedWith(Cancel(client), 0)) << client.GetOutput();
    EXPECT_EQ(std::string::npos, ReadFile(dir.GetPath() / "system").find("name "));
 }
 
@@ -395,7 +275,12 @@ TEST_F(SecondLaunchTest, WithoutASessionBusEveryLaunchRuns)
    TestProcess client = Start(With(OnlyOurTools(), {{"DBUS_SESSION_BUS_ADDRESS", ""},
                                                     {"XDG_RUNTIME_DIR", dir.GetPath()},
                                                     {"NO_AT_BRIDGE", "1"}}));
-   EXPECT_TRUE(ExitedWith(client.Wait(), 0)) << client.GetOutput();
+   // Nobody can press a button without a bus.
+   EXPECT_TRUE(Eventually(
+      [this] { return GetCalls().find("VNL_FreeHostAdapterList") != std::string::npos; }));
+   EXPECT_FALSE(client.Wait(Milliseconds(0)));
+   client.Signal(SIGTERM);
+   EXPECT_TRUE(KilledBy(client.Wait(), SIGTERM)) << client.GetOutput();
 }
 
 } // namespace

@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "tvnetcfg/linux/dlgParts.hh"
+
+#include <algorithm>
+#include <pangomm/attributes.h>
+#include <pangomm/attrlist.h>
+#include <pangomm/layout.h>
+
+namespace netcfg {
+
+namespace {
+
+struct TextSize {
+   int width = 0;
+   int height = 0;
+};
+
+// In pixels, in the font of a widget.
+TextSize Measure(Gtk::Widget& widget, utf::string const& text, bool isBold = false)
+{
+   Glib::RefPtr<Pango::Layout> const layout = widget.create_pango_layout(text);
+   Pango::AttrList look;
+   Pango::Attribute weight =
+      Pango::Attribute::create_attr_weight(isBold ? Pango::WEIGHT_BOLD : Pango::WEIGHT_NORMAL);
+   look.insert(weight);
+   layout->set_attributes(look);
+   TextSize size;
+   layout->get_pixel_size(size.width, size.height);
+   return size;
+}
+
+// The least width of a title that is broken into two lines. Themes write titles bold.
+int MeasureTwoLines(Gtk::Widget& widget, Glib::ustring const& title)
+{
+   int width = Measure(widget, title, true).width;
+   for (auto space = title.find(' '); space != Glib::ustring::npos;
+        space = title.find(' ', space + 1)) {
+      int const first = Measure(widget, title.substr(0, space), true).width;
+      int const second = Measure(widget, title.substr(space + 1), true).width;
+      width = std::min(width, std::max(first, second));
+   }
+   return width;
+}
+
+} // namespace
+
+Gtk::Label& MakeLabel(utf::string const& text, float xalign, float yalign)
+{
+   Gtk::Label& label = *Gtk::manage(new Gtk::Label(text));
+   label.set_xalign(xalign);
+   label.set_yalign(yalign);
+   label.show();
+   return label;
+}
+
+Gtk::Label& MakeLabel(utf::string const& text, float xalign, float yalign, Gtk::Widget& target)
+{
+   Gtk::Label& label = MakeLabel(text, xalign, yalign);
+   label.set_use_underline(true);
+   label.set_mnemonic_widget(target);
+   return label;
+}
+
+Gtk::Grid& MakeForm()
+{
+   Gtk::Grid& form = *Gtk::manage(new Gtk::Grid);
+   form.set_row_spacing(ROW_SPACING);
+   form.set_column_spacing(COLUMN_SPACING);
+   form.show();
+   return form;
+}
+
+int GetLineHeight(Gtk::Widget& widget)
+{
+   return Measure(widget, "0").height;
+}
+
+void FitColumn(Gtk::TreeView& view, Gtk::TreeViewColumn& column,
+               std::vector<utf::string> const& texts)
+{
+   int width = MeasureTwoLines(view, column.get_title());
+   for (utf::string const& text : texts) {
+      width = std::max(width, Measure(view, text).width);
+   }
+   Gtk::Label& title = MakeLabel(column.get_title(), 0.0F, 0.5F);
+   title.set_line_wrap(true);
+   title.set_size_request(width, -1);
+   column.set_widget(title);
+}
+
+void SetUpSpin(Gtk::SpinButton& spin, double value, double lowest, double highest)
+{
+   spin.set_numeric(true);
+   spin.set_range(lowest, highest);
+   spin.set_increments(1, 1);
+   spin.set_value(value);
+   spin.show();
+}
+
+} // namespace netcfg
