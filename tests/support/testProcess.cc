@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -33,6 +34,17 @@ int OpenOutputFile()
    // Several processes may write to it, none over another's lines.
    Check(fcntl(fd, F_SETFL, O_APPEND) == 0, "fcntl");
    return fd;
+}
+
+void PassOnComplaints(std::string const& output)
+{
+   std::istringstream lines(output);
+   for (std::string line; std::getline(lines, line);) {
+      if (line.find("WARNING **") != std::string::npos ||
+          line.find("CRITICAL **") != std::string::npos) {
+         std::fprintf(stderr, "in a program: %s\n", line.c_str());
+      }
+   }
 }
 
 [[noreturn]] void Execute(std::vector<std::string> const& arguments,
@@ -68,6 +80,7 @@ TempDir::~TempDir()
 std::string TempDir::Write(std::string const& name, std::string const& text) const
 {
    std::filesystem::path const file = path / name;
+   std::filesystem::create_directories(file.parent_path());
    std::ofstream(file, std::ios::binary) << text;
    return file;
 }
@@ -143,6 +156,7 @@ TestProcess::~TestProcess()
       Wait();
    }
    if (outputFd >= 0) {
+      PassOnComplaints(GetOutput());
       close(outputFd);
    }
 }

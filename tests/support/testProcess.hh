@@ -12,8 +12,12 @@
 namespace test {
 
 using Milliseconds = std::chrono::milliseconds;
-// Long enough for a sanitizer build on a busy machine; reaching it is a failure.
+// Long enough for a busy machine; reaching it is a failure.
+#ifdef __SANITIZE_ADDRESS__
+inline constexpr Milliseconds patience{100000};
+#else
 inline constexpr Milliseconds patience{20000};
+#endif
 
 // A folder that goes with its owner.
 class TempDir {
@@ -24,7 +28,7 @@ public:
    TempDir& operator=(TempDir const&) = delete;
 
    std::filesystem::path const& GetPath() const { return path; }
-   // Writes a file below it and returns the file's path.
+   // Writes a file below it, in folders that are made if need be, and returns the file's path.
    std::string Write(std::string const& name, std::string const& text) const;
 
 private:
@@ -51,7 +55,9 @@ private:
    int ends[2];
 };
 
-// A running program. Its standard output and error go into one file.
+// A running program. Its standard output and error go into one file. What GLib or GTK complains of
+// there is passed on to this process's standard error in the end, where it fails a test on a
+// desktop.
 class TestProcess {
 public:
    using Environment = std::vector<std::pair<std::string, std::string>>;
