@@ -65,7 +65,8 @@ public:
    bool WaitForMore(std::size_t count, test::Milliseconds deadline = test::patience) const;
    // Waits until no answer came for `quiet`, while datagrams go on being sent: what was under way
    // when its road ended may still arrive. False if answers go on until the deadline.
-   bool WaitForSilence(test::Milliseconds quiet, test::Milliseconds deadline = test::patience) const;
+   bool WaitForSilence(test::Milliseconds quiet,
+                       test::Milliseconds deadline = test::patience) const;
    // Sends no more, waits until all was answered or nothing came for `quiet`, and reports.
    FlowReport Finish(std::chrono::milliseconds quiet = std::chrono::milliseconds(500));
    FlowReport GetReport() const;
