@@ -100,9 +100,11 @@ TEST_F(IPEntryTest, AFieldEndsByItselfAtThreeDigits)
 
 TEST_F(IPEntryTest, TheKeypadsKeysWorkToo)
 {
+   test::gtk::SetNumLock(true);
    for (unsigned int const key : {GDK_KEY_KP_1, GDK_KEY_KP_0, GDK_KEY_KP_Decimal, GDK_KEY_KP_7}) {
       Press(key);
    }
+   test::gtk::SetNumLock(false);
 
    EXPECT_EQ("10.7|..", See());
 }

@@ -4,6 +4,7 @@
 #include "support/gtk/loop.hh"
 
 #include <X11/XKBlib.h>
+#include <X11/Xutil.h>
 #include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
 #include <algorithm>
@@ -80,7 +81,8 @@ std::vector<KeySym> GetModifierKeys(unsigned int symbol, unsigned int modifiers)
 {
    std::vector<KeySym> keys;
    KeyCode const key = XKeysymToKeycode(GetDisplay(), symbol);
-   bool const isShifted = XkbKeycodeToKeysym(GetDisplay(), key, 0, 0) != symbol &&
+   bool const isShifted = !IsKeypadKey(symbol) &&
+                          XkbKeycodeToKeysym(GetDisplay(), key, 0, 0) != symbol &&
                           XkbKeycodeToKeysym(GetDisplay(), key, 0, 1) == symbol;
    if (isShifted || modifiers & GDK_SHIFT_MASK) {
       keys.push_back(XK_Shift_L);
@@ -171,6 +173,14 @@ void PressKey(Gtk::Window& window, unsigned int symbol, unsigned int modifiers)
    std::for_each(keys.begin(), keys.end(), [&](KeySym key) { FakeKey(target, key, true); });
    std::for_each(keys.rbegin(), keys.rend(), [&](KeySym key) { FakeKey(target, key, false); });
    g_object_unref(target);
+}
+
+void SetNumLock(bool on)
+{
+   unsigned int const mask = XkbKeysymToModifiers(GetDisplay(), XK_Num_Lock);
+   EXPECT_NE(0u, mask) << "no key is Num Lock";
+   XkbLockModifiers(GetDisplay(), XkbUseCoreKbd, mask, on ? mask : 0);
+   Settle();
 }
 
 void TypeText(Gtk::Window& window, std::string const& text)

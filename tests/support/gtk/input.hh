@@ -18,6 +18,8 @@ bool ShowActive(Gtk::Window& window);
 
 // A key, pressed and released in the window: GDK_KEY_Tab, and GDK_MOD1_MASK for Alt.
 void PressKey(Gtk::Window& window, unsigned int symbol, unsigned int modifiers = 0);
+// Num Lock: without it the keypad's digits are arrows, with Shift too as far as GTK goes.
+void SetNumLock(bool on);
 // A text of ASCII characters, key by key.
 void TypeText(Gtk::Window& window, std::string const& text);
 // Puts the focus into an entry, selects all that is there, and types.

@@ -15,24 +15,46 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds DEADLINE(15);
 constexpr unsigned int TICK_IN_MILLISECONDS = 10;
 
-// A window that comes up gets the keyboard, which is what a window manager is for.
-gboolean FocusNewWindow(GSignalInvocationHint*, guint, GValue const* arguments, void*)
+// The widget of a signal, if it is a window but no menu; otherwise null.
+GtkWidget* GetTopWindow(GValue const* arguments)
 {
    auto* const widget = static_cast<GtkWidget*>(g_value_get_object(arguments));
-   if (GTK_IS_WINDOW(widget) &&
-       gtk_window_get_window_type(GTK_WINDOW(widget)) == GTK_WINDOW_TOPLEVEL) {
-      gdk_window_focus(gtk_widget_get_window(widget), GDK_CURRENT_TIME);
+   bool const isTop = GTK_IS_WINDOW(widget) &&
+                      gtk_window_get_window_type(GTK_WINDOW(widget)) == GTK_WINDOW_TOPLEVEL;
+   return isTop ? widget : nullptr;
+}
+
+gboolean FocusNewWindow(GSignalInvocationHint*, guint, GValue const* arguments, void*)
+{
+   if (GtkWidget* const window = GetTopWindow(arguments)) {
+      gdk_window_focus(gtk_widget_get_window(window), GDK_CURRENT_TIME);
    }
    return TRUE;
 }
 
+gboolean FocusParent(GSignalInvocationHint*, guint, GValue const* arguments, void*)
+{
+   GtkWidget* const window = GetTopWindow(arguments);
+   GtkWindow* const parent = window ? gtk_window_get_transient_for(GTK_WINDOW(window)) : nullptr;
+   if (parent && gtk_window_is_active(GTK_WINDOW(window)) &&
+       gtk_widget_get_mapped(GTK_WIDGET(parent))) {
+      gdk_window_focus(gtk_widget_get_window(GTK_WIDGET(parent)), GDK_CURRENT_TIME);
+   }
+   return TRUE;
+}
+
+// What a window manager is for: a window that comes up gets the keyboard, and the one below gets it
+// back.
 void ManageWindows()
 {
    static void* const widgets = g_type_class_ref(GTK_TYPE_WIDGET);
-   static gulong const hook =
-      g_signal_add_emission_hook(g_signal_lookup("map-event", G_TYPE_FROM_CLASS(widgets)), 0,
-                                 FocusNewWindow, nullptr, nullptr);
-   ASSERT_NE(0u, hook);
+   static auto const hook = [](char const* signal, GSignalEmissionHook handle) {
+      return g_signal_add_emission_hook(g_signal_lookup(signal, G_TYPE_FROM_CLASS(widgets)), 0,
+                                        handle, nullptr, nullptr);
+   };
+   static gulong const hooks[] = {hook("map-event", FocusNewWindow), hook("unmap", FocusParent)};
+   ASSERT_NE(0u, hooks[0]);
+   ASSERT_NE(0u, hooks[1]);
 }
 
 } // namespace
