@@ -2,6 +2,7 @@
 #include "gallery.hh"
 
 #include "cui/messageDlgs.hh"
+#include "labelledRow.hh"
 #include "lui/checkBox.hh"
 #include "lui/help.hh"
 #include "lui/toggleButtons.hh"
@@ -84,26 +85,15 @@ void Gallery::AddAddresses()
    partialEntry.SetIP("192..7.");
    insensitiveEntry.SetIP("10.0.0.1");
    insensitiveEntry.set_sensitive(false);
-   AddAddress(grid, 0, "_Blank:", blankEntry);
-   AddAddress(grid, 1, "_Full:", fullEntry);
-   AddAddress(grid, 2, "Par_tial:", partialEntry);
-   AddAddress(grid, 3, "Insensitive address:", insensitiveEntry);
+   AddRow(grid, 0, "_Blank:", blankEntry);
+   AddRow(grid, 1, "_Full:", fullEntry);
+   AddRow(grid, 2, "Par_tial:", partialEntry);
+   AddRow(grid, 3, "Insensitive address:", insensitiveEntry);
    grid.show();
    addressFrame.Add(grid);
    addressFrame.SetMnemonicWidget(blankEntry);
    left.pack_start(addressFrame, Gtk::PACK_SHRINK);
    addressFrame.show();
-}
-
-void Gallery::AddAddress(Gtk::Grid& grid, int row, Glib::ustring const& text, lui::IPEntry& entry)
-{
-   auto& label = *Gtk::manage(new Gtk::Label(text, true));
-   label.set_halign(Gtk::ALIGN_START);
-   label.set_mnemonic_widget(entry);
-   grid.attach(label, 0, row, 1, 1);
-   grid.attach(entry, 1, row, 1, 1);
-   label.show();
-   entry.show();
 }
 
 void Gallery::AddChecks()

@@ -25,7 +25,6 @@ private:
 
    void AddButtons();
    void AddAddresses();
-   void AddAddress(Gtk::Grid& grid, int row, Glib::ustring const& text, lui::IPEntry& entry);
    void AddChecks();
    void AddRadios();
    void AddIcons();

@@ -2,6 +2,7 @@
 #include "sampleDlg.hh"
 
 #include "cui/messageDlgs.hh"
+#include "labelledRow.hh"
 #include "lui/help.hh"
 
 namespace gallery {
@@ -11,24 +12,13 @@ SampleDlg::SampleDlg(Glib::ustring const& title) : addressEntry(lui::IPEntry::AD
    set_title(title);
    grid.set_row_spacing(6);
    grid.set_column_spacing(12);
-   AddRow(0, "_Address:", addressEntry);
-   AddRow(1, "_Note:", noteEntry);
+   AddRow(grid, 0, "_Address:", addressEntry);
+   AddRow(grid, 1, "_Note:", noteEntry);
    SetContent(grid, 12);
    SetButtons({"Save", "Cancel", "Help"}, 1, 0);
    noteEntry.signal_changed().connect(sigc::mem_fun(*this, &SampleDlg::OnNoteChanged));
    replied.connect(sigc::mem_fun(*this, &SampleDlg::OnReplied));
    OnNoteChanged();
-}
-
-void SampleDlg::AddRow(int row, Glib::ustring const& text, Gtk::Entry& entry)
-{
-   Gtk::Label& label = *Gtk::manage(new Gtk::Label(text, true));
-   label.set_halign(Gtk::ALIGN_START);
-   label.set_mnemonic_widget(entry);
-   grid.attach(label, 0, row, 1, 1);
-   grid.attach(entry, 1, row, 1, 1);
-   label.show();
-   entry.show();
 }
 
 void SampleDlg::OnNoteChanged()

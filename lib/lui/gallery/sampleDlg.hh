@@ -18,7 +18,6 @@ public:
 private:
    cui::Dlg::RepliedAction OnReplied();
    void OnNoteChanged();
-   void AddRow(int row, Glib::ustring const& text, Gtk::Entry& entry);
 
    Gtk::Grid grid;
    lui::IPEntry addressEntry;

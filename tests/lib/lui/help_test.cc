@@ -2,11 +2,9 @@
 #include "lui/help.hh"
 
 #include "cui/dlgMgr.hh"
-#include "lui/dlgChoice.hh"
+#include "lib/lui/mainDlgTest.hh"
 #include "lui/helpPage.hh"
 #include "support/gtk/find.hh"
-#include "support/gtk/input.hh"
-#include "support/gtk/loop.hh"
 #include "support/testProcess.hh"
 
 #include <filesystem>
@@ -44,7 +42,7 @@ std::string GetText(HelpPage const& page)
    return text;
 }
 
-class HelpTest : public test::gtk::Test {
+class HelpTest : public MainDlgTest {
 protected:
    // The programs that this test's desktop has, decided before anybody asks for one.
    static void SetUpTestSuite()
@@ -61,19 +59,6 @@ protected:
       Test::SetUpTestSuite();
    }
 
-   HelpTest()
-   {
-      main.set_title("main");
-      main.SetButtons({"Close"}, 0, 0);
-      EXPECT_TRUE(test::gtk::ShowActive(main));
-   }
-
-   void TearDown() override
-   {
-      main.DeleteDlg();
-      Test::TearDown();
-   }
-
    std::string GetErrorText()
    {
       EXPECT_TRUE(WaitUntil([] { return FindWindow("Error") != nullptr; }));
@@ -85,7 +70,6 @@ protected:
    }
 
    static inline test::TempDir const desktop;
-   DlgChoice main;
 };
 
 TEST_F(HelpTest, EveryTopicHasAPageOfItsOwnWithATitle)

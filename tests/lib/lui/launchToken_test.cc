@@ -2,28 +2,18 @@
 #include "lui/launchToken.hh"
 
 #include "lui/singletonApp.hh"
+#include "support/gtk/loop.hh"
 #include "support/testProcess.hh"
 
 #include <glibmm/main.h>
 #include <gtest/gtest.h>
-#include <gtkmm/main.h>
 
 // After GoogleTest, some of whose names it defines as macros.
 #include <gdk/gdkx.h>
 
 namespace {
 
-class LaunchTokenTest : public testing::Test {
-protected:
-   static void SetUpTestSuite()
-   {
-      static int argc = 1;
-      static char name[] = "tavrin-netcfg";
-      static char* arguments[] = {name, nullptr};
-      static char** argv = arguments;
-      static Gtk::Main const toolkit(argc, argv, true);
-   }
-};
+class LaunchTokenTest : public test::gtk::Test {};
 
 } // namespace
 

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "lui/messageDlgs.hh"
 
+#include "lib/lui/mainDlgTest.hh"
 #include "support/gtk/find.hh"
-#include "support/gtk/input.hh"
-#include "support/gtk/loop.hh"
 
 #include <atkmm/object.h>
 #include <gdk/gdkkeysyms.h>
@@ -29,21 +28,8 @@ std::vector<std::string> GetTexts(Gtk::Widget& top)
    return texts;
 }
 
-class MessageDlgsTest : public test::gtk::Test {
+class MessageDlgsTest : public MainDlgTest {
 protected:
-   MessageDlgsTest()
-   {
-      main.set_title("main");
-      main.SetButtons({"Close"}, 0, 0);
-      EXPECT_TRUE(test::gtk::ShowActive(main));
-   }
-
-   void TearDown() override
-   {
-      main.DeleteDlg();
-      Test::TearDown();
-   }
-
    // The window of a dialog that was just shown.
    Gtk::Window& See(char const* title)
    {
@@ -52,8 +38,6 @@ protected:
       EXPECT_TRUE(test::gtk::WaitUntilActive(window));
       return window;
    }
-
-   DlgChoice main;
 };
 
 TEST_F(MessageDlgsTest, AnErrorIsntShownBeforeItsShow)

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "lui/warningDialog.hh"
 
+#include "support/gtk/find.hh"
+#include "support/gtk/input.hh"
+#include "support/gtk/loop.hh"
 #include "support/testProcess.hh"
 
 #include <gdk/gdkkeysyms.h>
@@ -8,10 +11,11 @@
 #include <gmock/gmock.h>
 #include <gtkmm/button.h>
 #include <gtkmm/label.h>
-#include <gtkmm/main.h>
 #include <gtkmm/messagedialog.h>
 
 using lui::Utils::RaiseWarningDialog;
+using test::gtk::FindAll;
+using test::gtk::PressKey;
 using testing::HasSubstr;
 
 namespace {
@@ -28,55 +32,6 @@ Gtk::MessageDialog* FindDialog()
       }
    }
    return nullptr;
-}
-
-template <typename Widget>
-void Collect(Gtk::Widget& widget, std::vector<Widget*>& found)
-{
-   if (auto* const match = dynamic_cast<Widget*>(&widget); match && match->get_mapped()) {
-      found.push_back(match);
-   }
-   if (auto* const container = dynamic_cast<Gtk::Container*>(&widget)) {
-      for (Gtk::Widget* child : container->get_children()) {
-         Collect(*child, found);
-      }
-   }
-}
-
-template <typename Widget>
-std::vector<Widget*> FindAll(Gtk::Widget& top)
-{
-   std::vector<Widget*> found;
-   Collect(top, found);
-   return found;
-}
-
-// The key of the keyboard that gives the symbol.
-guint16 FindKey(unsigned int symbol)
-{
-   GdkKeymapKey* keys = nullptr;
-   int count = 0;
-   gdk_keymap_get_entries_for_keyval(gdk_keymap_get_for_display(gdk_display_get_default()), symbol,
-                                     &keys, &count);
-   EXPECT_GT(count, 0);
-   guint16 const key = count > 0 ? static_cast<guint16>(keys[0].keycode) : 0;
-   g_free(keys);
-   return key;
-}
-
-void PressKey(Gtk::Window& window, unsigned int symbol)
-{
-   for (GdkEventType type : {GDK_KEY_PRESS, GDK_KEY_RELEASE}) {
-      GdkEvent* const event = gdk_event_new(type);
-      event->key.window = GDK_WINDOW(g_object_ref(window.get_window()->gobj()));
-      event->key.keyval = symbol;
-      event->key.hardware_keycode = FindKey(symbol);
-      event->key.time = GDK_CURRENT_TIME;
-      gdk_event_set_device(
-         event, gdk_seat_get_keyboard(gdk_display_get_default_seat(gdk_display_get_default())));
-      gtk_main_do_event(event);
-      gdk_event_free(event);
-   }
 }
 
 // Raises the dialog and runs act on it, from the dialog's own loop, once it is on the screen.
@@ -106,17 +61,7 @@ void DismissIfShown()
    }
 }
 
-class WarningDialogTest : public testing::Test {
-protected:
-   static void SetUpTestSuite()
-   {
-      static int argc = 1;
-      static char name[] = "tavrin-netcfg";
-      static char* arguments[] = {name, nullptr};
-      static char** argv = arguments;
-      static Gtk::Main const toolkit(argc, argv, true);
-   }
-};
+class WarningDialogTest : public test::gtk::Test {};
 
 } // namespace
 
