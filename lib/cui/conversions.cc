@@ -12,6 +12,9 @@ constexpr char UNKNOWN[] = "?";
 // Far more than any message takes; a larger number is a slip.
 constexpr size_t MAX_ARGUMENTS = 32;
 
+// A letter takes one of these, or none.
+constexpr std::string_view LENGTHS[] = {"", "hh", "h", "l", "ll", "L", "q", "j", "z", "t", "Z"};
+
 // The letters that take the same argument.
 struct Kind {
    std::string_view letters;
@@ -59,13 +62,16 @@ private:
    void AddLetter(size_t number, std::string_view length, char letter)
    {
       if (letter == 'm') {
-         return; // strerror(errno), no argument
+         broken = broken || number > 0; // strerror(errno), no argument
+         return;
       }
       auto const kind =
          std::find_if(std::begin(KINDS), std::end(KINDS), [letter](Kind const& entry) {
             return entry.letters.find(letter) != std::string_view::npos;
          });
-      if (kind == std::end(KINDS)) {
+      bool const known =
+         std::find(std::begin(LENGTHS), std::end(LENGTHS), length) != std::end(LENGTHS);
+      if (kind == std::end(KINDS) || !known) {
          broken = true;
          return;
       }

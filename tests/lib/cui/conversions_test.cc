@@ -71,7 +71,9 @@ TEST(ConversionsTest, WhatPrintfCantReadIsUnknown)
               {"%5", {"?"}},
               {"%l", {"?"}},
               {"% %", {"?"}},
-              {"%\xC3\xBC", {"?"}}});
+              {"%\xC3\xBC", {"?"}},
+              {"%lzu", {"?"}},
+              {"%1$m", {"?"}}});
 }
 
 TEST(ConversionsTest, NumbersThatLeaveATypeOpenAreUnknown)
