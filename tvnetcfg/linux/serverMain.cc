@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <glibmm/miscutils.h>
+#include <memory>
 #include <unistd.h>
 
 namespace netcfg {
@@ -77,6 +78,7 @@ Next ServeLoad(Frame& frame)
 
 Next ServeSave(Frame& frame, utf::string const& snapshot)
 {
+   frame.editable = nullptr; // from here on the manager's to free
    frame.mgr->RebuildEditable(snapshot);
    frame.editable = frame.mgr->GetEditable();
    frame.mgr->Save();
@@ -122,14 +124,14 @@ void FollowClient(Frame const& frame, char const* pid)
    lui::Utils::WatchPeer(frame.writeFd, clientPid, "");
 }
 
-void CleanUp(Frame& frame)
+void CleanUp(Frame* frame)
 {
-   delete frame.editable;
-   delete frame.mgr;
-   lui::Utils::UnwatchPeer(frame.readFd);
-   lui::Utils::UnwatchPeer(frame.writeFd);
-   close(frame.readFd);
-   close(frame.writeFd);
+   delete frame->editable;
+   delete frame->mgr;
+   lui::Utils::UnwatchPeer(frame->readFd);
+   lui::Utils::UnwatchPeer(frame->writeFd);
+   close(frame->readFd);
+   close(frame->writeFd);
 }
 
 } // namespace
@@ -149,8 +151,8 @@ int server_main(int, char** argv)
 
    frame.editable = new common::Editable(VNL_GetNumberOfVnets());
    frame.mgr = new Mgr(frame.editable);
+   std::unique_ptr<Frame, decltype(&CleanUp)> const end(&frame, &CleanUp);
    ServeUntilTold(frame);
-   CleanUp(frame);
    return 0;
 }
 

@@ -8,8 +8,11 @@
 #include "tvnetcfg/linux/serverMain.hh"
 
 #include <algorithm>
+#include <boost/property_tree/exceptions.hpp>
 #include <deque>
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <unistd.h>
@@ -212,6 +215,18 @@ TEST_F(ServerLoopTest, SaveWithoutJsonEndsTheProcessBeforeAnyFurtherCall)
          Serve({"Save\nnonsense"});
       },
       testing::KilledBySignal(SIGABRT), "^VNL_GetNumberOfVnets\\(\\)\n.*NOT_REACHED");
+}
+
+TEST_F(ServerLoopTest, AnExceptionOfASnapshotGoesOutAndLeavesNothingOpen)
+{
+   auto const count = [] {
+      std::filesystem::directory_iterator const open("/proc/self/fd");
+      return std::distance(begin(open), end(open));
+   };
+   auto const before = count();
+   EXPECT_THROW(Serve({"Save\n{}"}), boost::property_tree::ptree_bad_path);
+   EXPECT_EQ(before, count());
+   EXPECT_EQ(1u, channel.sent.size());
 }
 
 TEST_F(ServerLoopTest, SaveWithoutASnapshotEndsTheProcess)
