@@ -19,10 +19,12 @@ if(CCACHE)
 endif()
 
 option(TAVRIN_SANITIZE "Build with the address and undefined behaviour sanitizers" OFF)
+option(TAVRIN_FUZZ "Build the fuzzers for running; needs clang and TAVRIN_SANITIZE" OFF)
 
+# Warnings are those of GCC; clang, which builds the fuzzers, has others.
 add_compile_options(
-  -Wall -Wextra -Wpedantic -Wshadow=local -Wformat=2 -Wno-format-nonliteral -Wno-format-y2k
-  -Wundef -Werror
+  -Wall -Wextra -Wpedantic $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local> -Wformat=2
+  -Wno-format-nonliteral -Wno-format-y2k -Wundef $<$<CXX_COMPILER_ID:GNU>:-Werror>
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
   $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>)
 # Keep the source tree's place out of asserts, logs and debug information.
@@ -34,6 +36,11 @@ if(TAVRIN_SANITIZE)
     -fno-omit-frame-pointer)
   # The sanitizers' runtime stays undefined in our shared libraries until the program brings it.
   add_link_options(-fsanitize=address,undefined -Wl,-z,undefs)
+  if(TAVRIN_FUZZ)
+    # What a fuzzer learns of an input; its main function comes with the fuzzers alone.
+    add_compile_options(-fsanitize=fuzzer-no-link -D_GLIBCXX_ASSERTIONS)
+    add_link_options(-fsanitize=fuzzer-no-link)
+  endif()
 else()
   add_compile_options(-fstack-protector-strong)
   add_compile_definitions($<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
