@@ -20,6 +20,9 @@ namespace {
 constexpr unsigned int mostNetworks = 7;
 constexpr unsigned int indices = 20;
 constexpr std::size_t mostForwards = 6;
+// A forward to the gateway itself leads nowhere.
+constexpr unsigned int firstGuest = 10;
+constexpr unsigned int firstGateway = 60;
 
 std::string GetName(Network const& network)
 {
@@ -186,10 +189,10 @@ std::string RandomUser::ChangeHosted(Network& network)
    }
 }
 
-std::string RandomUser::MakeGuestAddress(Network const& network)
+std::string RandomUser::MakeAddress(Network const& network, unsigned int first)
 {
    std::string const subnet = network.GetSubnetAddr().c_str();
-   return subnet.substr(0, subnet.rfind('.') + 1) + std::to_string(10 + Pick(40));
+   return subnet.substr(0, subnet.rfind('.') + 1) + std::to_string(first + Pick(40));
 }
 
 std::string RandomUser::ChangeNat(Network& network)
@@ -207,7 +210,7 @@ std::string RandomUser::ChangeNat(Network& network)
       nat.SetGatewayIP("");
       return "gateway of " + GetName(network);
    default:
-      nat.SetGatewayIP(MakeGuestAddress(network).c_str());
+      nat.SetGatewayIP(MakeAddress(network, firstGateway).c_str());
       return "gateway of " + GetName(network);
    }
 }
@@ -224,7 +227,8 @@ std::string RandomUser::ChangeForwards(Network& network)
       std::erase_if(list,
                     [&](auto const& each) { return each.hostPort == port && each.tcp == tcp; });
       list.push_back({port, static_cast<std::uint16_t>(1 + Pick(65535)), tcp,
-                      MakeGuestAddress(network).c_str(), Toss() ? "web; \"{}\" \xC3\xA4" : ""});
+                      MakeAddress(network, firstGuest).c_str(),
+                      Toss() ? "web; \"{}\" \xC3\xA4" : ""});
    }
    network.GetNAT()->SetPortForwardList(list);
    return "forwards of " + GetName(network);

@@ -44,8 +44,8 @@ private:
    std::string ChangeNat(common::Network& network);
    std::string ChangeForwards(common::Network& network);
    void SetSubnet(common::Network& network);
-   // An address of the network's subnet.
-   std::string MakeGuestAddress(common::Network const& network);
+   // One of forty addresses of the network's subnet, from this number on.
+   std::string MakeAddress(common::Network const& network, unsigned int first);
 };
 
 } // namespace netcfg::onHost
