@@ -113,6 +113,40 @@ void ReadNetwork(std::string const& text)
    ReadForwards(name, false);
 }
 
+void ReadFeatures(int index)
+{
+   VNL_FeatureStruct features{};
+   features.version = VNL_RECORD_VERSION;
+   features.ref = {VNL_RECORD_VERSION, VNL_RECORD_VERSION, index};
+   bool const known = VNL_GetVnetFeatures(&features);
+   Require(known == (index >= 0 && index < static_cast<int>(VNL_GetNumberOfVnets())),
+           "there are as many networks as told");
+   bool const any = features.dhcp || features.nat || features.virtualAdapter;
+   Require(!any || features.hosted, "a network with services is hosted");
+}
+
+void ReadAdapters()
+{
+   VNL_HostAdapterList* list = nullptr;
+   Require(VNL_GetHostAdapterList(1, &list), "the adapters can be listed");
+   for (auto const* node = list->first; node; node = node->next) {
+      Require(fuzz::IsDeviceName(node->name), "an adapter has a device's name");
+      Require(node->network.vnet < static_cast<int>(VNL_GetNumberOfVnets()),
+              "an adapter's network is one");
+   }
+   VNL_FreeHostAdapterList(list);
+}
+
+void ReadHost()
+{
+   VnetRef automatic{VNL_RECORD_VERSION, VNL_RECORD_VERSION, 77};
+   Require(VNL_GetBridgeDefaultNetwork(&automatic), "the automatic network can be told");
+   for (int const index : {automatic.vnet, 0, 8, 255, 256}) {
+      ReadFeatures(index);
+   }
+   ReadAdapters();
+}
+
 // --- The calls ---
 
 void MoveAdapter(std::string const& name, std::int32_t target)
@@ -183,6 +217,14 @@ std::map<std::string, Call> const calls = {
    {"delete", [](auto const& name, auto&) { VNL_DeleteVnetFromDatabase(name.c_str()); }},
    {"start",
     [](auto const& name, auto& line) { VNL_StartService(name.c_str(), line.TakeNumber()); }},
+   {"stop", [](auto const& name, auto& line) { VNL_StopService(name.c_str(), line.TakeNumber()); }},
+   {"enable", [](auto const& name, auto&) { VNL_EnableNetworkAdapter(name.c_str()); }},
+   {"disable", [](auto const& name, auto&) { VNL_DisableNetworkAdapter(name.c_str()); }},
+   {"update",
+    [](auto const& name, auto&) {
+       VNL_UpdateDHCPFromConfig(name.c_str());
+       VNL_UpdateNATFromConfig(name.c_str());
+    }},
    {"automatic", [](auto const& name, auto&) { SetAutomatic(std::atoi(name.c_str())); }},
    {"move", [](auto const& name,
                auto& line) { MoveAdapter(name, static_cast<std::int32_t>(line.TakeNumber())); }},
@@ -222,6 +264,7 @@ int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
    for (auto const& [index, network] : settings.networks) {
       ReadNetwork(vnet::GetNetworkName(index));
    }
+   ReadHost();
    Reload();
    Require(vnet::Library::Get().GetForReading().GetSettings() == settings,
            "what was saved says the same");
