@@ -242,6 +242,11 @@ void Database::Commit()
    if (text == committed) {
       return;
    }
+   if (text.size() > maxDatabaseBytes) {
+      throw Error("write", place.file,
+                  "It would have more than " + std::to_string(maxDatabaseBytes) +
+                     " bytes, and couldn't be read again");
+   }
    stamp = WriteTextFile(place.file, text, Existing::Replace, *steps);
    committed = text;
 }

@@ -74,7 +74,8 @@ public:
    // Whether the file in memory differs from what was read or last committed.
    bool HasChanges() const;
    // Writes the file if it has changes, so that it is the old or the new one, whole, whatever
-   // happens. Throws Error; what was changed stays in memory then.
+   // happens. Throws Error; what was changed stays in memory then. More than maxDatabaseBytes
+   // aren't written: nobody could read them again.
    void Commit();
    // The file as it stands in memory.
    std::string Export() const { return file.ToText(); }

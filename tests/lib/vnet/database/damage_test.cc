@@ -5,6 +5,7 @@
 #include "vnet/database/database.hh"
 #include "vnet/database/decode.hh"
 #include "vnet/values/error.hh"
+#include "vnet/values/parse.hh"
 
 #include <gtest/gtest.h>
 #include <random>
@@ -48,6 +49,21 @@ TEST(DamageTest, TruncatedAtEveryByteItIsRefusedOrLoads)
    EXPECT_GT(loaded, 100);
    EXPECT_TRUE(LoadsSoundly(richText));
    EXPECT_FALSE(LoadsSoundly(""));
+}
+
+TEST(DamageTest, WhatCouldNotBeReadAgainIsNotWritten)
+{
+   TempPlace const place(richText);
+   Database database(place.Get());
+   std::string const description(maxDescription, 'x');
+   for (std::uint16_t port = 1; port <= 30000; ++port) {
+      database.SetForward(8, {true, port, {0x01020304}, 80, description});
+   }
+   ASSERT_LT(maxDatabaseBytes, database.Export().size());
+
+   EXPECT_THROW(database.Commit(), Error);
+   EXPECT_EQ(richText, place.Read());
+   EXPECT_EQ(Database(place.Get()).GetSettings(), Decode(KeyFile::Parse(richText)).settings);
 }
 
 TEST(DamageTest, TruncatedAtEveryByteOnDiskItIsNeverOverwrittenUnread)
