@@ -37,8 +37,10 @@ Model Restore(utf::string const& text)
 bool IsPlainLine(utf::string const& text)
 {
    std::string const bytes = text.c_str();
-   bool const printable = std::all_of(bytes.begin(), bytes.end() - 1,
-                                      [](char byte) { return byte >= ' ' && byte < 0x7f; });
+   bool const printable = std::all_of(bytes.begin(), bytes.end() - 1, [](char byte) {
+      auto const code = static_cast<unsigned char>(byte);
+      return code >= 0x20 && code < 0x80;
+   });
    return printable && bytes.size() == text.bytes() && bytes.back() == '\n';
 }
 

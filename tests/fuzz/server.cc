@@ -88,8 +88,10 @@ std::string Exchange(std::string_view messages)
 bool IsSnapshot(std::string const& text)
 {
    return text.starts_with("{\"MaxNetworks\":\"") && text.ends_with("}\n") &&
-          std::ranges::all_of(text.substr(0, text.size() - 1),
-                              [](char byte) { return byte >= ' ' && byte <= '~'; });
+          std::ranges::all_of(text.substr(0, text.size() - 1), [](char byte) {
+             auto const code = static_cast<unsigned char>(byte);
+             return code >= 0x20 && code < 0x80;
+          });
 }
 
 void CheckReplies(std::string const& bytes)
