@@ -2,7 +2,6 @@
 #include "lib/vnet/services/realNetwork.hh"
 
 #include "support/netlab/dhcpClient.hh"
-#include "support/netlab/udp.hh"
 #include "vnet/host/addresses.hh"
 #include "vnet/host/routes.hh"
 #include "vnet/host/sysctl.hh"
@@ -10,11 +9,8 @@
 #include "vnet/values/address.hh"
 
 #include <algorithm>
-#include <csignal>
 #include <cstdint>
-#include <fstream>
 #include <iterator>
-#include <sstream>
 
 namespace vnet::services {
 
@@ -23,17 +19,6 @@ namespace {
 Address Parse(std::string const& text)
 {
    return *Address::Parse(text);
-}
-
-// RFC 1035, 4.1: a question for an address.
-std::string MakeQuestion(std::string const& name)
-{
-   std::string question("\x12\x34\x01\x00\x00\x01\x00\x00\x00\x00\x00\x00", 12);
-   std::istringstream labels(name);
-   for (std::string label; std::getline(labels, label, '.');) {
-      question += static_cast<char>(label.size()) + label;
-   }
-   return question + std::string("\x00\x00\x01\x00\x01", 5);
 }
 
 template <class Thing>
@@ -47,21 +32,6 @@ std::vector<Thing> GetGone(std::vector<Thing> const& before, std::vector<Thing> 
 }
 
 } // namespace
-
-std::optional<std::string> Resolve(netlab::Namespace const& place, std::string const& resolver,
-                                   std::string const& name, test::Milliseconds deadline)
-{
-   auto const answer = netlab::AskUdp(place, {resolver, 53}, MakeQuestion(name), deadline);
-   // One answer, whose record ends in the address.
-   if (!answer || answer->size() < 16 || (*answer)[7] != 1) {
-      return {};
-   }
-   std::uint32_t value = 0;
-   for (auto byte = answer->end() - 4; byte != answer->end(); ++byte) {
-      value = value << 8 | static_cast<unsigned char>(*byte);
-   }
-   return Address{value}.ToString();
-}
 
 void RealNetworkTest::SetUp()
 {
@@ -96,13 +66,7 @@ void RealNetworkTest::MakeOutside()
 
 void RealNetworkTest::AddResolver(std::string const& address, std::string const& known)
 {
-   auto const service = process::FindServiceUser();
-   auto const pidFile = "/run/resolver-" + address + ".pid";
-   outside.Command(std::vector<std::string>{
-      "dnsmasq", "--conf-file=/dev/null", "--pid-file=" + pidFile, "--listen-address=" + address,
-      "--bind-interfaces", "--no-resolv", "--no-hosts", "--address=/outside.test/" + known,
-      "--user=" + service.user, "--group=" + service.group});
-   resolvers.push_back(pidFile);
+   resolvers.emplace_back(outside, address, known);
 }
 
 void RealNetworkTest::TearDown()
@@ -110,12 +74,6 @@ void RealNetworkTest::TearDown()
    for (auto& [index, network] : made) {
       if (network.dnsmasq) {
          network.dnsmasq->Stop();
-      }
-   }
-   for (auto const& pidFile : resolvers) {
-      int pid = 0;
-      if (std::ifstream(pidFile) >> pid) {
-         kill(pid, SIGKILL);
       }
    }
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "support/netlab/lab.hh"
+#include "support/netlab/resolver.hh"
 #include "support/testProcess.hh"
 #include "vnet/host/links.hh"
 #include "vnet/host/netlink.hh"
@@ -16,8 +17,11 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace vnet::services {
+
+using netlab::Resolve;
 
 // A machine on a bridge.
 struct Guest {
@@ -75,13 +79,8 @@ private:
    std::unique_ptr<host::RouteSocket> socket;
    std::unique_ptr<host::Ruleset> ruleset;
    std::deque<Guest> guests;
-   std::vector<std::string> resolvers; // their pid files
+   std::vector<netlab::Resolver> resolvers;
    std::map<unsigned int, Made> made;
 };
-
-// The IPv4 address that the resolver tells for a name; empty if it tells none in time.
-std::optional<std::string> Resolve(netlab::Namespace const& place, std::string const& resolver,
-                                   std::string const& name,
-                                   test::Milliseconds deadline = test::patience);
 
 } // namespace vnet::services
