@@ -2,6 +2,7 @@
 #include "vnet/engine/bridgeAddresses.hh"
 
 #include "vnet/engine/host.hh"
+#include "vnet/engine/ours.hh"
 #include "vnet/values/error.hh"
 
 #include <algorithm>
@@ -121,10 +122,17 @@ BridgeAddresses::BridgeAddresses(Host& hostOfCaller, std::string bridgeName)
    : host(hostOfCaller), bridge(std::move(bridgeName))
 {}
 
+// Someone else's device of this name counts as none: it may have come since ours was made.
+Device const* BridgeAddresses::Find() const
+{
+   auto const* device = host.view.Find(bridge);
+   return device && FindBridgeIndex(device->link) ? device : nullptr;
+}
+
 BridgeAddresses::Difference
 BridgeAddresses::FindDifference(services::WantedNetwork const& wanted) const
 {
-   auto const* device = host.view.Find(bridge);
+   auto const* device = Find();
    if (!device) {
       return {MakeAddresses(wanted), {}, MakeRoutes(wanted, 0), {}};
    }
@@ -158,7 +166,7 @@ std::vector<std::string> BridgeAddresses::Compare(services::WantedNetwork const&
 // have to be there; those whose source went, went with it.
 void BridgeAddresses::Apply(services::WantedNetwork const& wanted)
 {
-   auto const* device = host.view.Find(bridge);
+   auto const* device = Find();
    if (!device) {
       throw Error("find", bridge, "No such device");
    }
@@ -188,7 +196,7 @@ void BridgeAddresses::Apply(services::WantedNetwork const& wanted)
 
 void BridgeAddresses::Remove()
 {
-   if (host.view.Find(bridge)) {
+   if (Find()) {
       Apply({});
    }
 }

@@ -42,6 +42,7 @@ private:
    Host& host;
    std::string bridge;
 
+   Device const* Find() const;
    Difference FindDifference(services::WantedNetwork const& wanted) const;
 };
 

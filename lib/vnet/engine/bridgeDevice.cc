@@ -18,10 +18,15 @@ BridgeDevice::BridgeDevice(Host& hostOfCaller, services::WantedBridge bridge)
 {}
 
 // A process died before it came to the alias. The address says that it was one of ours.
+// The kernel doesn't tell of an alias that a device got while it is down, so it is asked.
 bool BridgeDevice::IsHalfMade(Device const& device) const
 {
-   return device.link.IsBridge() && device.link.alias.empty() &&
-          device.link.mac == host::MacAddress{wanted.mac};
+   if (!device.link.IsBridge() || !device.link.alias.empty() ||
+       device.link.mac != host::MacAddress{wanted.mac}) {
+      return false;
+   }
+   auto const now = host.links.Find(device.link.index);
+   return now && now->alias.empty();
 }
 
 Device const* BridgeDevice::Find() const

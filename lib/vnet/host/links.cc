@@ -143,29 +143,33 @@ Link Links::CreateBridge(BridgeRequest const& wanted)
       });
    });
    int const error = socket.Try(request);
-   if (error && !(error == EEXIST && IsHalfMade(wanted))) {
+   if (error && !(error == EEXIST && FindHalfMade(wanted))) {
       throw Error("create bridge", wanted.name, socket.GetCause());
    }
    FinishBridge(wanted);
    return Require(wanted.name);
 }
 
-bool Links::IsHalfMade(BridgeRequest const& wanted)
+std::optional<Link> Links::FindHalfMade(BridgeRequest const& wanted)
 {
    auto const link = Find(wanted.name);
-   return link && link->IsBridge() && link->mac == wanted.mac && link->alias.empty();
+   bool const fits = link && link->IsBridge() && link->mac == wanted.mac && link->alias.empty();
+   return fits ? link : std::nullopt;
 }
 
 void Links::FinishBridge(BridgeRequest const& wanted)
 {
-   auto const link = Require(wanted.name);
+   auto const link = FindHalfMade(wanted);
+   if (!link) {
+      throw Error("create bridge", wanted.name, "It was taken away meanwhile");
+   }
    try {
-      SetMtu(link, wanted.mtu);
-      SetUp(link, true);
+      SetMtu(*link, wanted.mtu);
+      SetUp(*link, true);
       // Last: from now on it counts as whole.
-      SetAlias(link, wanted.alias);
+      SetAlias(*link, wanted.alias);
    } catch (...) {
-      Delete(link);
+      Delete(*link);
       throw;
    }
 }

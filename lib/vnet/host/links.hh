@@ -94,7 +94,7 @@ private:
 
    bool IsWireless(Link const& link) const;
    std::optional<Link> Get(Request& request, std::string const& object);
-   bool IsHalfMade(BridgeRequest const& wanted);
+   std::optional<Link> FindHalfMade(BridgeRequest const& wanted);
    void FinishBridge(BridgeRequest const& wanted);
    void Change(Link const& link, std::string const& action, int attribute, void const* value,
                std::size_t length);

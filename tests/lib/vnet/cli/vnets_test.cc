@@ -278,6 +278,31 @@ TEST_F(VnetsCommandTest, StatusTellsSomeoneElsesDevice)
    GetHost().Command("ip link del tvnet8");
 }
 
+TEST_F(VnetsCommandTest, NoCommandTouchesSomeoneElsesDevice)
+{
+   GetHost().Command("ip link add tvnet8 type bridge");
+   GetHost().AddAddress("tvnet8", "203.0.113.1/24");
+   auto const describe = [this] {
+      return GetHost().Command("ip -4 -o addr show dev tvnet8") +
+             test::ReadFile("/sys/class/net/tvnet8/ifindex") +
+             test::ReadFile("/sys/class/net/tvnet8/ifalias") +
+             test::ReadFile("/sys/class/net/tvnet8/address");
+   };
+   auto const theirs = describe();
+   WriteDatabase(GetHosted());
+   std::vector<std::vector<std::string>> const commands = {
+      {"start"}, {"start", "8"}, {"restart"}, {"restart", "8"}, {"stop", "8"}, {"stop"}};
+   for (auto const& command : commands) {
+      auto const outcome = Run(command);
+      EXPECT_EQ(command[0] != "stop",
+                outcome.output.find("tvnet8: Someone else's device") != std::string::npos)
+         << command[0] << ": " << outcome.output;
+      EXPECT_EQ(theirs, describe()) << command[0];
+      EXPECT_FALSE(HasTable("tavrin-tvnet8"));
+   }
+   GetHost().Command("ip link del tvnet8");
+}
+
 TEST_F(VnetsCommandTest, WithoutRightsOneMayLookAndNoMore)
 {
    WriteDatabase(GetHosted());
