@@ -10,7 +10,6 @@
 #include "vnet/host/patchPairs.hh"
 
 #include <algorithm>
-#include <linux/rtnetlink.h>
 #include <set>
 
 namespace vnet::engine {
@@ -22,20 +21,6 @@ bool IsUnchanged(host::Link const& before, Device const* now)
 {
    return now && now->link.index == before.index && now->link.mac == before.mac &&
           now->link.mtu == before.mtu;
-}
-
-int FindDefaultLink(HostView const& view)
-{
-   host::Route const* best = nullptr;
-   for (auto const& [index, device] : view.GetDevices()) {
-      for (auto const& route : device.routes) {
-         bool const fits = index > 0 && route.IsDefault() && route.table == RT_TABLE_MAIN;
-         if (fits && (!best || route.metric < best->metric)) {
-            best = &route;
-         }
-      }
-   }
-   return best ? best->link : 0;
 }
 
 } // namespace
@@ -55,13 +40,13 @@ std::vector<std::string> Bridging::List(std::string const& bridge) const
 std::optional<std::string> Bridging::Choose(services::WantedNetwork const& wanted) const
 {
    auto const joined = List(wanted.bridge.name);
-   int const defaultLink = FindDefaultLink(host.view);
+   auto const* byDefault = host.view.FindDefault();
    std::vector<AdapterCandidate> candidates;
    for (auto const& name : wanted.bridging.adapters) {
       auto const* device = host.view.Find(name);
       if (device) {
          candidates.push_back({name, device->link.IsUp() && device->link.carrier,
-                               device->link.index == defaultLink,
+                               device == byDefault,
                                std::ranges::find(joined, name) != joined.end()});
       }
    }

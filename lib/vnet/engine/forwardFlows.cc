@@ -27,6 +27,15 @@ std::set<Address> ListHostAddresses(HostView const& view)
    return addresses;
 }
 
+std::set<host::HostPort> GetPorts(Forwards const& forwards)
+{
+   std::set<host::HostPort> ports;
+   for (auto const& forward : forwards) {
+      ports.insert({forward.tcp, forward.hostPort});
+   }
+   return ports;
+}
+
 } // namespace
 
 Forwards GetChanged(Forwards const& before, Forwards const& now)
@@ -38,14 +47,16 @@ Forwards GetChanged(Forwards const& before, Forwards const& now)
 
 void ForgetFlows(Host& host, Forwards const& forwards)
 {
-   if (forwards.empty()) {
-      return;
+   if (!forwards.empty()) {
+      host.flows.FlushForwards(GetPorts(forwards), ListHostAddresses(host.view));
    }
-   std::set<host::HostPort> ports;
-   for (auto const& forward : forwards) {
-      ports.insert({forward.tcp, forward.hostPort});
+}
+
+void ForgetUntranslated(Host& host, Forwards const& forwards)
+{
+   if (!forwards.empty()) {
+      host.flows.FlushUntranslated(GetPorts(forwards), ListHostAddresses(host.view));
    }
-   host.flows.FlushForwards(ports, ListHostAddresses(host.view));
 }
 
 Forwards ListShadowing(Forwards const& forwards)

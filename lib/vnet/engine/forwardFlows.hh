@@ -19,6 +19,9 @@ std::vector<services::WantedForward> GetChanged(std::vector<services::WantedForw
 // decided on its first packet, so it would go on as it did. Throws Error.
 void ForgetFlows(Host& host, std::vector<services::WantedForward> const& forwards);
 
+// The same with flows that no forward sends on: those that began while its rules weren't there.
+void ForgetUntranslated(Host& host, std::vector<services::WantedForward> const& forwards);
+
 // The forwards whose ports services of this host have: they shadow those services. Ports that can't
 // be examined are taken for free.
 std::vector<services::WantedForward>

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vnet/engine/hostView.hh"
 
+#include "vnet/engine/ours.hh"
 #include "vnet/host/netlink.hh"
 
 #include <algorithm>
+#include <linux/rtnetlink.h>
 #include <variant>
 
 namespace vnet::engine {
@@ -109,6 +111,7 @@ void HostView::Apply(host::RouteChanged const& changed)
 void HostView::Apply(host::RulesetChanged const& changed)
 {
    ++tables[changed.table];
+   others += changed.table.starts_with(tablePrefix) ? 0 : 1;
 }
 
 void HostView::Apply(host::EventsLost const&)
@@ -149,6 +152,22 @@ Device const* HostView::Find(int index) const
 {
    auto const found = devices.find(index);
    return index > 0 && found != devices.end() ? &found->second : nullptr;
+}
+
+Device const* HostView::FindDefault() const
+{
+   Device const* found = nullptr;
+   host::Route const* best = nullptr;
+   for (auto const& [index, device] : devices) {
+      for (auto const& route : device.routes) {
+         bool const fits = index > 0 && route.IsDefault() && route.table == RT_TABLE_MAIN;
+         if (fits && (!best || route.metric < best->metric)) {
+            best = &route;
+            found = &device;
+         }
+      }
+   }
+   return found;
 }
 
 std::vector<Device const*> HostView::ListPorts(int bridge) const

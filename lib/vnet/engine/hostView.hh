@@ -41,11 +41,15 @@ public:
    Device const* Find(int index) const;
    // The devices that are plugged into a bridge.
    std::vector<Device const*> ListPorts(int bridge) const;
+   // The device of IPv4's default route; null if there is none.
+   Device const* FindDefault() const;
 
    // Grows with every change of links, addresses, routes and rules.
    unsigned long GetGeneration() const { return generation; }
    // Grows with every change of the tables of this name.
    unsigned long GetTableGeneration(std::string const& table) const;
+   // Grows with every change of tables that aren't ours.
+   unsigned long GetOthersTableGeneration() const { return tableEpoch + others; }
 
 private:
    host::RouteSocket& socket;
@@ -54,6 +58,7 @@ private:
    std::map<std::string, unsigned long> tables;
    unsigned long generation = 0;
    unsigned long tableEpoch = 0;
+   unsigned long others = 0; // changes of tables that aren't ours
 
    bool unsure = false; // which routes there are
 

@@ -3,6 +3,7 @@
 
 #include "base/log.h"
 #include "vnet/engine/bridging.hh"
+#include "vnet/engine/dockerChain.hh"
 #include "vnet/engine/failures.hh"
 #include "vnet/engine/forwardFlows.hh"
 #include "vnet/engine/host.hh"
@@ -76,7 +77,7 @@ void Network::Apply(WantedNetwork const& wanted)
       dnsmasq.Apply({});
    }
    device.Apply();
-   shared.rules.Apply(index, wanted.ruleset, notes);
+   bool const renewed = shared.rules.Apply(index, wanted.ruleset, notes);
    Failures failures;
    failures.Try([&] { SetSwitches(wanted); });
    bool const bare = failures.Try([&] { addresses.Apply(wanted); });
@@ -84,6 +85,11 @@ void Network::Apply(WantedNetwork const& wanted)
       failures.Try([&] { dnsmasq.Apply(wanted.dnsmasq); });
    }
    failures.Try([&] { SettleForwards(wanted); });
+   if (renewed) {
+      // Flows that began while there were no rules stay as they began.
+      failures.Try([&] { ForgetUntranslated(shared.host, wanted.forwards); });
+   }
+   failures.Try([&] { shared.docker.Apply(wanted, shared.facts); });
    if (bare) {
       failures.Try([&] { shared.bridging.Apply(wanted, notes); });
    }
@@ -137,6 +143,9 @@ std::vector<std::string> Network::Compare(WantedNetwork const& wanted)
    if (!shared.rules.Run(index, wanted.ruleset, notes)) {
       differences.push_back("rules");
    }
+   if (!shared.docker.IsRight(wanted, shared.facts)) {
+      differences.push_back("rules among Docker's");
+   }
    if (!HasSwitches(wanted)) {
       differences.push_back("switches");
    }
@@ -160,6 +169,7 @@ void Network::Remove()
    failures.Try([&] { bridge.Remove(); });
    failures.Try([&] { ForgetFlows(shared.host, notes.ReadForwards()); });
    failures.Try([&] { shared.switches.Use(index, {}); });
+   failures.Try([&] { shared.docker.Remove(index); });
    failures.Try([&] { shared.rules.Remove(index); });
    if (failures.IsEmpty()) {
       failures.Try([&] { notes.Remove(); });

@@ -15,6 +15,7 @@
 namespace vnet::engine {
 
 class Bridging;
+class DockerChain;
 class HostSwitches;
 class Rules;
 struct Host;
@@ -24,6 +25,7 @@ struct Shared {
    Host& host;
    Rules& rules;
    Bridging& bridging;
+   DockerChain& docker;
    HostSwitches& switches;
    services::HostFacts const& facts;
 };

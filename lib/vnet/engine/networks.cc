@@ -58,7 +58,7 @@ void Networks::Refresh()
 
 Network Networks::GetNetwork(unsigned int index)
 {
-   return Network({host, rules, bridging, switches, *facts}, index);
+   return Network({host, rules, bridging, docker, switches, *facts}, index);
 }
 
 // Of one that the database doesn't hold, a bridge is left as long as something is plugged in.
@@ -82,12 +82,15 @@ void Networks::Apply(Settings const& settings, unsigned int index, Parts const& 
       return;
    }
    if (network.IsForeign()) {
+      // Rules, switches and servers of ours that were there before would meet the other's device.
+      network.Remove();
       throw Error("run", wanted.bridge.name, "Someone else's device has this name");
    }
    TakeSubnet(settings, wanted, yielding);
-   Tell(wanted);
+   Tell(ListRemarks(wanted));
    network.GetNotes().WriteStopped(stopped);
    network.Apply(wanted);
+   TellObstacles(wanted);
 }
 
 void Networks::Remove(unsigned int index)
@@ -105,6 +108,7 @@ void Networks::ForgetLeases(unsigned int index)
 void Networks::Sweep()
 {
    bridging.Sweep();
+   docker.Sweep(Notes::List(place.runFolder));
    process::RemoveLeftovers(place.runFolder);
    for (unsigned int const index : Notes::List(place.runFolder)) {
       process::RemoveLeftovers(place.runFolder + "/" + GetNetworkName(index));
@@ -129,15 +133,30 @@ void Networks::TakeSubnet(Settings const& settings, WantedNetwork const& wanted,
    }
 }
 
-// Each once, as a save compares every network several times.
-void Networks::Tell(WantedNetwork const& wanted)
+std::vector<std::string> Networks::ListRemarks(WantedNetwork const& wanted)
 {
    auto remarks = wanted.remarks;
    std::ranges::copy(bridging.Remark(wanted), std::back_inserter(remarks));
+   return remarks;
+}
+
+// Each once, as a save compares every network several times.
+void Networks::Tell(std::vector<std::string> const& remarks)
+{
    for (auto const& remark : remarks) {
       if (told.insert(remark).second) {
          Log("%s\n", remark.c_str());
       }
+   }
+}
+
+// The network runs, whatever keeps us from looking at the rules of others.
+void Networks::TellObstacles(WantedNetwork const& wanted)
+{
+   try {
+      Tell(obstacles.Find(wanted));
+   } catch (Error const& error) {
+      LogV(LOG_SEVERITY_FAILURE, "%s\n", error.what());
    }
 }
 
@@ -202,8 +221,10 @@ Report Networks::Look(Settings const& settings, unsigned int index)
    report.dnsmasqRuns = network.RunsDnsmasq();
    report.adapters = bridging.List(wanted.bridge.name);
    report.plugged = network.ListPlugged();
-   report.remarks = wanted.remarks;
-   std::ranges::copy(bridging.Remark(wanted), std::back_inserter(report.remarks));
+   report.remarks = ListRemarks(wanted);
+   if (report.state == State::Running) {
+      std::ranges::copy(obstacles.Find(now), std::back_inserter(report.remarks));
+   }
    if (report.state == State::Running || report.state == State::Stopped) {
       report.differences = network.Compare(now);
    }

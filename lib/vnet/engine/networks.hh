@@ -3,10 +3,12 @@
 #pragma once
 
 #include "vnet/engine/bridging.hh"
+#include "vnet/engine/dockerChain.hh"
 #include "vnet/engine/host.hh"
 #include "vnet/engine/hostSwitches.hh"
 #include "vnet/engine/nameservers.hh"
 #include "vnet/engine/network.hh"
+#include "vnet/engine/obstacles.hh"
 #include "vnet/engine/parts.hh"
 #include "vnet/engine/place.hh"
 #include "vnet/engine/report.hh"
@@ -17,6 +19,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace vnet::engine {
 
@@ -37,7 +40,7 @@ public:
    void Remove(unsigned int index);
    void ForgetLeases(unsigned int index);
    // Takes off adapters that no bridge has any more, and removes what killed processes left of
-   // files.
+   // files and among Docker's rules.
    void Sweep();
 
    // Those that have anything on the host.
@@ -57,6 +60,8 @@ private:
    Host host;
    Rules rules{host};
    Bridging bridging{host};
+   DockerChain docker{host};
+   Obstacles obstacles{host.view};
    HostSwitches switches;
    Nameservers nameservers;
    std::optional<services::HostFacts> facts;
@@ -68,7 +73,9 @@ private:
                                        Parts const& stopped);
    void TakeSubnet(Settings const& settings, services::WantedNetwork const& wanted,
                    std::set<unsigned int> const& yielding);
-   void Tell(services::WantedNetwork const& wanted);
+   std::vector<std::string> ListRemarks(services::WantedNetwork const& wanted);
+   void Tell(std::vector<std::string> const& remarks);
+   void TellObstacles(services::WantedNetwork const& wanted);
 };
 
 } // namespace vnet::engine

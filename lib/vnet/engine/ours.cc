@@ -29,7 +29,7 @@ bool IsPatch(host::Link const& link)
 
 std::optional<unsigned int> ParseTableName(std::string const& table)
 {
-   std::string const prefix = "tavrin-";
+   std::string const prefix = tablePrefix;
    return table.starts_with(prefix) ? ParseNetworkName(table.substr(prefix.size())) : std::nullopt;
 }
 

@@ -11,6 +11,9 @@ struct Link;
 
 namespace vnet::engine {
 
+// All of our tables' names begin so.
+inline constexpr char const* tablePrefix = "tavrin-";
+
 // The network whose bridge the device is; empty for someone else's device, whatever its name.
 std::optional<unsigned int> FindBridgeIndex(host::Link const& link);
 // Whether it is one of our bridges, or one end of a pair that joins a bridge and an adapter.

@@ -29,10 +29,10 @@ bool Rules::Run(unsigned int index, std::string const& text, Notes const& notes)
    return true;
 }
 
-void Rules::Apply(unsigned int index, std::string const& text, Notes const& notes)
+bool Rules::Apply(unsigned int index, std::string const& text, Notes const& notes)
 {
    if (Run(index, text, notes)) {
-      return;
+      return false;
    }
    auto const table = services::GetTableName(index);
    known.erase(index);
@@ -47,6 +47,7 @@ void Rules::Apply(unsigned int index, std::string const& text, Notes const& note
       notes.WriteRules(note);
       known[index] = {text, generation, note};
    }
+   return true;
 }
 
 void Rules::Remove(unsigned int index)

@@ -24,8 +24,8 @@ public:
 
    // Whether the text's rules run.
    bool Run(unsigned int index, std::string const& text, Notes const& notes);
-   // Replaces the table in one transaction, if it differs.
-   void Apply(unsigned int index, std::string const& text, Notes const& notes);
+   // Replaces the table in one transaction, if it differs. Returns whether it did.
+   bool Apply(unsigned int index, std::string const& text, Notes const& notes);
    void Remove(unsigned int index);
 
 private:

@@ -94,6 +94,15 @@ void PutIp(Request& request, Tuple const& tuple)
    put(four ? CTA_IP_V4_DST : CTA_IP_V6_DST, tuple.destination);
 }
 
+bool IsTo(Flow const& flow, std::set<HostPort> const& ports, std::set<Address> const& hostAddresses)
+{
+   bool const tcp = flow.protocol == IPPROTO_TCP;
+   auto const address = flow.original.destination.ToAddress();
+   return (tcp || flow.protocol == IPPROTO_UDP) &&
+          ports.contains({tcp, flow.original.destinationPort}) && address &&
+          (address->value >> 24 == IN_LOOPBACKNET || hostAddresses.contains(*address));
+}
+
 } // namespace
 
 bool Flow::IsTranslated() const
@@ -146,17 +155,14 @@ unsigned int Conntrack::Delete(std::function<bool(Flow const&)> const& matches)
 unsigned int Conntrack::FlushForwards(std::set<HostPort> const& ports,
                                       std::set<Address> const& hostAddresses)
 {
-   auto const isHost = [&](InetAddress const& inet) {
-      auto const address = inet.ToAddress();
-      return address &&
-             (address->value >> 24 == IN_LOOPBACKNET || hostAddresses.contains(*address));
-   };
-   return Delete([&](Flow const& flow) {
-      bool const tcp = flow.protocol == IPPROTO_TCP;
-      return (tcp || flow.protocol == IPPROTO_UDP) &&
-             ports.contains({tcp, flow.original.destinationPort}) &&
-             isHost(flow.original.destination);
-   });
+   return Delete([&](Flow const& flow) { return IsTo(flow, ports, hostAddresses); });
+}
+
+unsigned int Conntrack::FlushUntranslated(std::set<HostPort> const& ports,
+                                          std::set<Address> const& hostAddresses)
+{
+   return Delete(
+      [&](Flow const& flow) { return !flow.IsTranslated() && IsTo(flow, ports, hostAddresses); });
 }
 
 } // namespace vnet::host

@@ -58,6 +58,9 @@ public:
    // flows keep what held before a port forward changed. Returns how many.
    unsigned int FlushForwards(std::set<HostPort> const& ports,
                               std::set<Address> const& hostAddresses);
+   // The same of those that aren't translated alone.
+   unsigned int FlushUntranslated(std::set<HostPort> const& ports,
+                                  std::set<Address> const& hostAddresses);
 
 private:
    NetlinkSocket socket;

@@ -4,6 +4,8 @@
 #include "vnet/host/patchRules.hh"
 #include "vnet/values/settings.hh"
 
+#include <algorithm>
+#include <iterator>
 #include <linux/rtnetlink.h>
 #include <net/if.h>
 #include <string_view>
@@ -13,6 +15,8 @@ namespace vnet::watch {
 namespace {
 
 constexpr std::string_view tablePrefix = "tavrin-";
+// Those of Docker and other users of iptables, and firewalld's.
+constexpr std::string_view neighbours[] = {"filter", "firewalld"};
 
 bool Differs(host::Link const& one, host::Link const& other)
 {
@@ -99,9 +103,14 @@ void ChangeFilter::LookAt(host::RouteChanged const& changed, Findings& findings)
    findings.host |= route.IsDefault() || isFirst || (changed.removed && IsOurs(route.link));
 }
 
+// What stands among the rules of others is compared, and so is what they let pass.
 void ChangeFilter::LookAt(host::RulesetChanged const& changed, Findings& findings) const
 {
-   if (changed.process == self || !changed.table.starts_with(tablePrefix)) {
+   if (changed.process == self) {
+      return;
+   }
+   findings.host |= std::ranges::find(neighbours, changed.table) != std::end(neighbours);
+   if (!changed.table.starts_with(tablePrefix)) {
       return;
    }
    if (auto const index = ParseNetworkName(changed.table.substr(tablePrefix.size()))) {

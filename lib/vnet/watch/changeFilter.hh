@@ -14,8 +14,8 @@ namespace vnet::watch {
 
 // What is to be looked at after some events.
 struct Findings {
-   bool host = false;               // links, addresses or routes: every network
-   bool patches = false;            // someone else changed the rules between adapters and bridges
+   bool host = false;    // links, addresses, routes or the rules of others: every network
+   bool patches = false; // someone else changed the rules between adapters and bridges
    std::set<unsigned int> networks; // of which someone else changed the rules
    std::uint32_t intruder = 0;      // pid of who changed rules last
    std::set<std::string> carriers;  // devices whose carrier has just come

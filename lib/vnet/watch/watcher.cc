@@ -175,17 +175,23 @@ std::optional<Watcher::Ending> Watcher::Answer()
    // What happened up to here is answered with the rest.
    ReadEvents();
    Attempt([this] { Compare(); });
-   if (!IsNeeded()) {
+   if (!FollowNetworks()) {
+      flows.End();
       record.Remove();
       return Ending::Unneeded;
    }
    return {};
 }
 
-bool Watcher::IsNeeded()
+bool Watcher::FollowNetworks()
 {
    try {
-      return !engine.ListPresent().empty();
+      auto const present = engine.ListPresent();
+      if (present.empty()) {
+         return false;
+      }
+      flows.Keep(present);
+      return true;
    } catch (Error const& error) {
       LogV(LOG_SEVERITY_FAILURE, "%s\n", error.what());
       return true;

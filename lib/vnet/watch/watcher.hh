@@ -9,6 +9,7 @@
 #include "vnet/process/runningProcess.hh"
 #include "vnet/watch/changeFilter.hh"
 #include "vnet/watch/fileWatch.hh"
+#include "vnet/watch/flowKeeper.hh"
 #include "vnet/watch/lanTeller.hh"
 #include "vnet/watch/lockTaker.hh"
 #include "vnet/watch/pace.hh"
@@ -56,6 +57,7 @@ private:
    engine::Engine engine;
    std::optional<Database> database;
    PortKeeper ports;
+   FlowKeeper flows;
    LanTeller lans;
 
    ChangeFilter filter;
@@ -72,7 +74,8 @@ private:
    void ReadEvents();
    void Learn();
    std::optional<Ending> Answer();
-   bool IsNeeded();
+   // Keeps the flows of the networks that there are. False if none is left.
+   bool FollowNetworks();
    bool Claim();
    template <class Work>
    void Attempt(Work work);

@@ -163,6 +163,14 @@ TEST_F(ChangeFilterTest, ForeignRulesAreNotOurs)
    EXPECT_FALSE(Look(host::RulesetChanged{1, "tvnet8", true, other}).HasRules());
 }
 
+TEST_F(ChangeFilterTest, TheRulesOfDockerAndFirewalldConcernAllNetworks)
+{
+   EXPECT_TRUE(Look(host::RulesetChanged{2, "filter", false, other}).host);
+   EXPECT_TRUE(Look(host::RulesetChanged{1, "firewalld", true, other}).host);
+   EXPECT_FALSE(Look(host::RulesetChanged{1, "theirs", false, other}).host);
+   EXPECT_FALSE(Look(host::RulesetChanged{2, "filter", false, self}).host);
+}
+
 TEST_F(ChangeFilterTest, WhatWeChangedOurselvesIsNoFinding)
 {
    EXPECT_FALSE(Look(host::RulesetChanged{1, "tavrin-tvnet8", false, self}).HasRules());
