@@ -3,6 +3,7 @@
 
 #include "base/panic.h"
 #include "base/posix.h"
+#include "base/privilege.h"
 #include "cui/localString.hh"
 #include "lui/channel.hh"
 #include "tvnetcfg/common/editable.hh"
@@ -141,6 +142,8 @@ int server_main(int, char** argv)
    Frame frame{};
    frame.readFd = OpenClientPipe(argv[3], argv[1], O_RDONLY);
    frame.writeFd = OpenClientPipe(argv[3], argv[2], O_WRONLY);
+   // Another user's process was the last thing that took all of root's rights.
+   Privilege_Drop();
    if (frame.readFd == -1 || frame.writeFd == -1) {
       return 1;
    }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The virtual networks of this host, from the command line and at boot.
+#include "base/privilege.h"
 #include "vnet/cli/commandLine.hh"
 #include "vnet/cli/program.hh"
 
@@ -18,6 +19,8 @@ int Tell(std::exception const& error, char const* advice, int status)
 
 int main(int argc, char** argv)
 {
+   Privilege_CleanUp();
+   Privilege_Drop();
    // argc is 0 if whoever started us gave no name.
    std::vector<std::string> const arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
    try {

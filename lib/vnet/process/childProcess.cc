@@ -135,7 +135,8 @@ bool Become(Launch const& launch)
    umask(launch.command.umask);
    return (!launch.command.endsWithUs || TieToParent(launch)) && PlaceDescriptors(launch) &&
           chdir("/") == 0 && (!launch.command.newSession || setsid() >= 0) &&
-          (!launch.command.noNewPrivileges || prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0);
+          (!launch.command.noNewPrivileges || prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0) &&
+          base::KeepCapabilities(launch.command.capabilities);
 }
 
 [[noreturn]] void RunInChild(Launch const& launch)

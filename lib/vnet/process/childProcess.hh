@@ -2,6 +2,7 @@
 // A program started by an argument vector.
 #pragma once
 
+#include "base/capabilities.hh"
 #include "base/fileDescriptor.hh"
 
 #include <chrono>
@@ -22,6 +23,8 @@ struct Command {
    mode_t umask = 022;
    // The program and its children can't gain rights by a set-user-ID file (prctl(2)).
    bool noNewPrivileges = true;
+   // What it may have at most of our rights.
+   base::CapabilitySet capabilities = base::SERVICE_CAPABILITIES;
    // It outlives us and our terminal: a session of its own.
    bool newSession = false;
    // If the thread that starts it ends before it does, it is killed; its own children live on. So

@@ -42,6 +42,8 @@ void Start(std::string const& runFolder, std::string const& program)
    process::Command command;
    command.arguments = {program, "watch", runFolder};
    command.newSession = true;
+   // It is a program of ours, which gives up by itself what it doesn't need.
+   command.capabilities = ~base::CapabilitySet{0};
    command.captureErrors = false;
    auto child = process::ChildProcess::Start(command);
    auto const started = process::FindProcess(child.GetPid());

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The server's loop on a channel that does what a test says.
+#include "base/privilege.h"
 #include "lui/channel.hh"
 #include "support/privateEtc.hh"
 #include "support/testProcess.hh"
@@ -64,6 +65,19 @@ void UnwatchPeer(int) {}
 
 namespace {
 
+// What had been sent when the rights were given up. This process keeps its own.
+std::vector<std::size_t> sentAtDrops;
+
+} // namespace
+
+bool Privilege_Drop(void)
+{
+   sentAtDrops.push_back(channel.sent.size());
+   return true;
+}
+
+namespace {
+
 using test::Pipe;
 
 class ServerLoopTest : public testing::Test {
@@ -71,6 +85,7 @@ protected:
    ServerLoopTest()
    {
       channel = {};
+      sentAtDrops.clear();
       test::VnetDouble::Reset();
    }
 
@@ -117,6 +132,12 @@ TEST_F(ServerLoopTest, GreetsBeforeItReceives)
    EXPECT_EQ(0, Serve({"Quit"}));
    ASSERT_EQ(1u, channel.sent.size());
    EXPECT_STREQ("Hello World!", channel.sent[0].c_str());
+}
+
+TEST_F(ServerLoopTest, GivesItsRightsUpOnceBeforeItGreets)
+{
+   Serve({"Quit"});
+   EXPECT_EQ(std::vector<std::size_t>{0}, sentAtDrops);
 }
 
 TEST_F(ServerLoopTest, GreetingThatCannotBeSentGivesStatus1AndNoCall)

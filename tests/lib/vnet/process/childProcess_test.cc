@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vnet/process/childProcess.hh"
 
+#include "support/processState.hh"
 #include "support/testProcess.hh"
 #include "vnet/values/error.hh"
 
@@ -181,6 +182,27 @@ TEST(ChildProcessTest, TheChildHasTheMaskAndTheRightsThatWereAsked)
    auto command = sleeper;
    command.umask = 077;
    EXPECT_THAT(ReadOf(ChildProcess::Start(command), "status"), HasSubstr("Umask:\t0077"));
+}
+
+TEST(ChildProcessTest, TheChildHasNoMoreRightsThanWereAsked)
+{
+   auto const ours = test::ProcessState(getpid()).GetCapabilities("CapPrm");
+   auto const bounds = test::ProcessState(getpid()).GetCapabilities("CapBnd");
+   bool const mayBound = (ours & base::MakeCapabilitySet(CAP_SETPCAP)) != 0;
+   auto command = sleeper;
+   for (auto const asked :
+        {base::SERVICE_CAPABILITIES, base::MakeCapabilitySet(CAP_KILL), base::CapabilitySet{0}}) {
+      command.capabilities = asked;
+      auto const child = ChildProcess::Start(command);
+      test::ProcessState const state(child.GetPid());
+      auto const expected = geteuid() == 0 ? ours & asked : 0;
+      EXPECT_EQ(expected, state.GetCapabilities("CapPrm"));
+      EXPECT_EQ(expected, state.GetCapabilities("CapEff"));
+      EXPECT_EQ(mayBound ? bounds & asked : bounds, state.GetCapabilities("CapBnd"));
+      EXPECT_EQ(0u, state.GetCapabilities("CapInh"));
+      EXPECT_EQ(0u, state.GetCapabilities("CapAmb"));
+   }
+   EXPECT_EQ(ours, test::ProcessState(getpid()).GetCapabilities("CapPrm"));
 }
 
 TEST(ChildProcessTest, SignalsAreAsAtTheStartOfAnyProgram)
