@@ -4,6 +4,8 @@
 #include "tvnetcfg/common/editable.hh"
 
 #include <fstream>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace netcfg::common {
 
@@ -42,10 +44,23 @@ void WriteNetwork(std::ostream& file, Network const& network)
         << std::endl;
 }
 
+// A link that a stranger left would have root empty a file of the stranger's choice, and a FIFO
+// would hold us up until somebody reads it.
+bool IsTrap(char const* path)
+{
+   struct stat status {};
+   bool const isLink = lstat(path, &status) == 0 && S_ISLNK(status.st_mode);
+   bool const isStrangers = status.st_uid != 0 && status.st_uid != geteuid();
+   return (isLink && isStrangers) || (stat(path, &status) == 0 && S_ISFIFO(status.st_mode));
+}
+
 } // namespace
 
 void Editable::WriteNetmapConf(utf::string const& path) const
 {
+   if (IsTrap(path.c_str())) {
+      return;
+   }
    std::ofstream file(path.c_str(), std::ios::out | std::ios::trunc);
    if (!file) {
       return;

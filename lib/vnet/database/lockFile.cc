@@ -53,6 +53,10 @@ Descriptor OpenFile(Descriptor const& folder, std::string const& path)
    if (!file) {
       throw Error("open", path + "/" + fileName, std::strerror(errno));
    }
+   struct stat status;
+   if (fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+      throw Error("lock", path + "/" + fileName, "It is not a regular file");
+   }
    return file;
 }
 

@@ -112,6 +112,11 @@ Descriptor NewFile::OpenFolder(std::string const& path)
    if (!opened) {
       Fail("open", folder);
    }
+   auto const status = GetStatus(opened.Get(), folder);
+   bool const own = status.st_uid == geteuid() || status.st_uid == 0;
+   if (!own || (status.st_mode & S_IWOTH) != 0) {
+      throw Error("write", path, "Its folder is somebody else's, or anybody can change it");
+   }
    return opened;
 }
 

@@ -118,7 +118,7 @@ Parts Notes::ReadStopped() const
 void Notes::WriteStopped(Parts const& parts) const
 {
    // A note of nothing is one, too.
-   bool const noted = access((folder + "/" + stoppedName).c_str(), F_OK) == 0;
+   bool const noted = process::ReadTrustedFile(folder + "/" + stoppedName).has_value();
    if (noted && ReadStopped() == parts) {
       return;
    }

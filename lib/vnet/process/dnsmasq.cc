@@ -195,6 +195,10 @@ void Dnsmasq::WriteFiles(DnsmasqTexts const& texts) const
 {
    MakeFolder(FindFolder(files.configuration));
    MakeFolder(FindFolder(files.leases));
+   // dnsmasq opens it as root, and follows where it leads.
+   if (RemoveUnlessOurs(files.leases)) {
+      Warning("%s: it was no plain file of ours, and was removed\n", files.leases.c_str());
+   }
    RemoveFile(files.pid);
    WriteReloaded(texts);
    ReplaceFile(files.configuration, texts.configuration);
@@ -223,7 +227,7 @@ void Dnsmasq::Launch(bool interrupted) const
 }
 
 // The first process ends when the one that stays has bound its sockets, given its rights up and
-// written its number down. The file is its user's to change, so what it names is looked at.
+// written its number down. The file may have become its user's, so what it names is looked at.
 Identity Dnsmasq::ReadStarted() const
 {
    auto const text = ReadSmallFile(files.pid).value_or("");

@@ -2,6 +2,7 @@
 #include "vnet/process/smallFile.hh"
 
 #include "base/fileDescriptor.hh"
+#include "base/log.h"
 #include "vnet/values/error.hh"
 
 #include <array>
@@ -36,6 +37,12 @@ bool IsTrusted(struct stat const& status)
           (status.st_mode & writableForOthers) == 0;
 }
 
+// What has a second name is somebody else's, too.
+bool IsPlain(struct stat const& status)
+{
+   return S_ISREG(status.st_mode) && status.st_nlink == 1;
+}
+
 // Whatever the umask says.
 void MakeOne(fs::path const& path)
 {
@@ -46,13 +53,42 @@ void MakeOne(fs::path const& path)
    }
 }
 
+// A symbolic link in its place isn't followed.
+FileDescriptor OpenFolder(fs::path const& path)
+{
+   return FileDescriptor(open(path.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+}
+
 FileDescriptor OpenParent(fs::path const& path)
 {
-   FileDescriptor folder(open(path.parent_path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+   auto folder = OpenFolder(path.parent_path());
    if (!folder.IsOpen()) {
       Fail("open folder", path.parent_path());
    }
    return folder;
+}
+
+// Of files in a folder where all may make some, everyone's own are safe from others.
+bool IsShared(struct stat const& status)
+{
+   return status.st_uid == 0 && (status.st_mode & S_ISVTX) != 0;
+}
+
+enum class Sharing { Refused, Allowed };
+
+void RequireOwn(fs::path const& path, Sharing sharing)
+{
+   auto const folder = OpenFolder(path);
+   if (!folder.IsOpen() && (errno == ENOTDIR || errno == ELOOP)) {
+      throw Error("make folder", path, "something else is there");
+   }
+   struct stat status;
+   if (!folder.IsOpen() || fstat(folder.Get(), &status) != 0) {
+      Fail("make folder", path);
+   }
+   if (!IsTrusted(status) && !(sharing == Sharing::Allowed && IsShared(status))) {
+      throw Error("make folder", path, "others may change it");
+   }
 }
 
 bool WriteAll(int file, std::string_view text)
@@ -70,6 +106,15 @@ bool WriteAll(int file, std::string_view text)
    return true;
 }
 
+// Nobody but root can have put it there, but root should know.
+void TellOfStranger(int folder, std::string const& name, std::string const& path)
+{
+   struct stat status;
+   if (fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 && !IsPlain(status)) {
+      Warning("write %s: %s is no plain file, and isn't kept\n", path.c_str(), name.c_str());
+   }
+}
+
 bool WriteNew(int folder, std::string const& name, std::string const& text)
 {
    unlinkat(folder, name.c_str(), 0);
@@ -78,12 +123,14 @@ bool WriteNew(int folder, std::string const& name, std::string const& text)
    return file.IsOpen() && WriteAll(file.Get(), text) && fchmod(file.Get(), 0644) == 0;
 }
 
-std::optional<std::string> Read(std::string const& path, bool onlyTrusted)
+std::optional<std::string> Read(fs::path const& path, bool onlyTrusted)
 {
-   FileDescriptor const file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+   auto const folder = OpenFolder(path.parent_path());
+   FileDescriptor const file(openat(folder.Get(), path.filename().c_str(),
+                                    O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
    struct stat status;
    if (!file.IsOpen() || fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode) ||
-       (onlyTrusted && !IsTrusted(status))) {
+       (onlyTrusted && !(IsPlain(status) && IsTrusted(status)))) {
       return {};
    }
    std::string text;
@@ -104,16 +151,8 @@ void MakeFolder(std::string const& path)
       made /= part;
       MakeOne(made);
    }
-   struct stat status;
-   if (lstat(path.c_str(), &status) != 0) {
-      Fail("make folder", path);
-   }
-   if (!S_ISDIR(status.st_mode)) {
-      throw Error("make folder", path, "something else is there");
-   }
-   if (!IsTrusted(status)) {
-      throw Error("make folder", path, "others may change it");
-   }
+   RequireOwn(made.parent_path(), Sharing::Allowed);
+   RequireOwn(made, Sharing::Refused);
 }
 
 void ReplaceFile(std::string const& path, std::string const& text)
@@ -122,6 +161,8 @@ void ReplaceFile(std::string const& path, std::string const& text)
    auto const folder = OpenParent(target);
    std::string const name = target.filename();
    std::string const fresh = freshPrefix + name + freshSuffix;
+   TellOfStranger(folder.Get(), name, path);
+   TellOfStranger(folder.Get(), fresh, path);
    if (!WriteNew(folder.Get(), fresh, text) ||
        renameat(folder.Get(), fresh.c_str(), folder.Get(), name.c_str()) != 0) {
       int const cause = errno;
@@ -142,19 +183,45 @@ std::optional<std::string> ReadTrustedFile(std::string const& path)
 
 void RemoveLeftovers(std::string const& folder)
 {
+   auto const held = OpenFolder(folder);
+   // By its descriptor: the name could lead elsewhere by now.
+   auto const path = "/proc/self/fd/" + std::to_string(held.Get());
    std::error_code none;
-   for (auto const& entry : fs::directory_iterator(folder, none)) {
+   for (auto const& entry : fs::directory_iterator(path, none)) {
       std::string const name = entry.path().filename();
       if (name.starts_with(freshPrefix) && name.ends_with(freshSuffix) &&
-          entry.is_regular_file(none)) {
-         RemoveFile(entry.path());
+          entry.symlink_status(none).type() == fs::file_type::regular &&
+          unlinkat(held.Get(), name.c_str(), 0) != 0 && errno != ENOENT) {
+         Fail("remove", folder + "/" + name);
       }
    }
 }
 
+bool RemoveUnlessOurs(std::string const& path)
+{
+   fs::path const target(path);
+   auto const folder = OpenParent(target);
+   auto const name = target.filename();
+   struct stat status;
+   if (fstatat(folder.Get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+      return false;
+   }
+   if (IsPlain(status) && IsTrusted(status)) {
+      return false;
+   }
+   if (unlinkat(folder.Get(), name.c_str(), 0) != 0) {
+      Fail("remove", path);
+   }
+   return true;
+}
+
 void RemoveFile(std::string const& path)
 {
-   if (unlink(path.c_str()) != 0 && errno != ENOENT && errno != ENOTDIR) {
+   fs::path const target(path);
+   auto const folder = OpenFolder(target.parent_path());
+   bool const removed =
+      folder.IsOpen() && unlinkat(folder.Get(), target.filename().c_str(), 0) == 0;
+   if (!removed && errno != ENOENT && errno != ENOTDIR && errno != ELOOP) {
       Fail("remove", path);
    }
 }

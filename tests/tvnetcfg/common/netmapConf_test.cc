@@ -7,6 +7,8 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace netcfg::common {
 
@@ -122,6 +124,38 @@ TEST_F(NetmapConfTest, ADirectoryInTheFilesPlaceIsLeftAlone)
    EXPECT_NO_THROW(editable.WriteNetmapConf(Path().c_str()));
 
    EXPECT_TRUE(std::filesystem::is_directory(Path()));
+}
+
+TEST_F(NetmapConfTest, ALinkOfOursIsFollowed)
+{
+   std::string const target = directory.Write("target", "old");
+   std::filesystem::create_symlink("target", Path());
+
+   EXPECT_EQ(COMMENTS, Written());
+   EXPECT_TRUE(std::filesystem::is_symlink(Path()));
+   EXPECT_EQ(COMMENTS, test::ReadFile(target));
+}
+
+TEST_F(NetmapConfTest, AStrangersLinkIsNotFollowed)
+{
+   std::string const target = directory.Write("target", "precious");
+   std::filesystem::create_symlink("target", Path());
+   if (lchown(Path().c_str(), 1234, 1234) != 0) {
+      GTEST_SKIP() << "only root can give a link to somebody";
+   }
+
+   editable.WriteNetmapConf(Path().c_str());
+
+   EXPECT_EQ("precious", test::ReadFile(target));
+}
+
+TEST_F(NetmapConfTest, NobodyWaitsForTheReaderOfAFifo)
+{
+   ASSERT_EQ(0, mkfifo(Path().c_str(), 0600));
+
+   editable.WriteNetmapConf(Path().c_str());
+
+   EXPECT_TRUE(std::filesystem::is_fifo(Path()));
 }
 
 TEST_P(NetmapNameTest, FollowsFromIndexAndTypeTogether)

@@ -180,6 +180,17 @@ TEST(LockFileTest, FollowsNoLinkAndUsesNoFolderOfOthers)
    EXPECT_THROW(LockFile::Take(place.GetFolder() / "no" / "such", 0ms), Error);
 }
 
+TEST(LockFileTest, WhatIsNoPlainFileIsNoLock)
+{
+   TempPlace const place;
+   std::filesystem::create_directory(place.GetLockFolder());
+   ASSERT_EQ(0, mkfifo((place.GetLockFolder() + "/networking.lock").c_str(), 0600));
+   EXPECT_THROW(LockFile::Take(place.GetLockFolder(), 0ms), Error);
+
+   std::filesystem::remove(place.GetLockFolder() + "/networking.lock");
+   LockFile::Take(place.GetLockFolder(), 0ms);
+}
+
 // Waiters hold files whose name the holder takes away; none may think that it has the lock then.
 TEST(LockFileTest, NeverTwoOfManyHoldIt)
 {

@@ -10,6 +10,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 using namespace vnet;
 using test::TempPlace;
@@ -238,6 +239,29 @@ TEST(WriteTextFileTest, WritesThroughNoLinkThatLiesInItsWay)
    EXPECT_TRUE(std::filesystem::is_regular_file(std::filesystem::symlink_status(place.GetFile())));
    std::ifstream victim(place.GetFolder() / "victim");
    EXPECT_EQ("untouched", std::string(std::istreambuf_iterator<char>(victim), {}));
+}
+
+TEST(WriteTextFileTest, AFolderThatAnybodyCanChangeIsRefused)
+{
+   TempPlace const place("old");
+   std::filesystem::permissions(place.GetFolder(), std::filesystem::perms(0777));
+   EXPECT_THROW(WriteTextFile(place.GetFile(), "new", Existing::Replace, FileSteps::GetReal()),
+                Error);
+   std::filesystem::permissions(place.GetFolder(), std::filesystem::perms(0770));
+   EXPECT_EQ(Names{"networking"}, place.List());
+   WriteTextFile(place.GetFile(), "new", Existing::Replace, FileSteps::GetReal());
+   EXPECT_EQ("new", place.Read());
+}
+
+TEST(WriteTextFileTest, AnotherUsersFolderIsRefused)
+{
+   TempPlace const place("old");
+   if (chown(place.GetFolder().c_str(), 1234, 1234) != 0) {
+      GTEST_SKIP() << "only root can give a folder to somebody";
+   }
+   EXPECT_THROW(WriteTextFile(place.GetFile(), "new", Existing::Replace, FileSteps::GetReal()),
+                Error);
+   EXPECT_EQ("old", place.Read());
 }
 
 // Replaces in a child that is killed at the step. There are eight.

@@ -87,6 +87,10 @@ TEST_F(SmallFileTest, OnlyAPlainFileOfOursIsTrusted)
    EXPECT_FALSE(ReadTrustedFile(path));
    EXPECT_EQ("text", ReadSmallFile(path));
 
+   chmod(path.c_str(), 0644);
+   fs::create_hard_link(path, path + ".other");
+   EXPECT_FALSE(ReadTrustedFile(path));
+
    auto const fifo = (folder.GetPath() / "fifo").string();
    ASSERT_EQ(0, mkfifo(fifo.c_str(), 0600));
    EXPECT_FALSE(ReadTrustedFile(fifo)) << "and nobody waits for a writer";
@@ -125,6 +129,60 @@ TEST_F(SmallFileTest, AFolderThatIsNotOursAloneIsRefused)
    ReplaceFile(path, "text");
    EXPECT_THROW(MakeFolder(path), Error);
    EXPECT_THROW(MakeFolder(path + "/below"), Error);
+}
+
+TEST_F(SmallFileTest, NothingHappensBehindALinkInAFoldersPlace)
+{
+   auto const precious = folder.Write("elsewhere/file", "old");
+   auto const fresh = folder.Write("elsewhere/.file.new", "half");
+   auto const link = (folder.GetPath() / "link").string();
+   fs::create_directory_symlink("elsewhere", link);
+
+   EXPECT_THROW(ReplaceFile(link + "/file", "new"), Error);
+   EXPECT_FALSE(ReadSmallFile(link + "/file"));
+   RemoveFile(link + "/file");
+   RemoveLeftovers(link);
+   EXPECT_THROW(RemoveUnlessOurs(link + "/file"), Error);
+   EXPECT_THROW(MakeFolder(link + "/below"), Error);
+   EXPECT_EQ("old", test::ReadFile(precious));
+   EXPECT_EQ("half", test::ReadFile(fresh));
+}
+
+TEST_F(SmallFileTest, AFolderInOneThatIsNotOursAloneIsRefused)
+{
+   auto const open = (folder.GetPath() / "open").string();
+   MakeFolder(open + "/own");
+   chmod(open.c_str(), 0777);
+   EXPECT_THROW(MakeFolder(open + "/own"), Error);
+   chmod(open.c_str(), 0755);
+   MakeFolder(open + "/own");
+}
+
+TEST_F(SmallFileTest, OnlyAPlainFileOfOursStaysForOthersToOpen)
+{
+   EXPECT_FALSE(RemoveUnlessOurs(path));
+   ReplaceFile(path, "text");
+   EXPECT_FALSE(RemoveUnlessOurs(path));
+   EXPECT_EQ("text", ReadSmallFile(path));
+
+   auto const precious = folder.Write("precious", "old");
+   auto const expectRemoved = [&] {
+      EXPECT_TRUE(RemoveUnlessOurs(path));
+      EXPECT_FALSE(fs::exists(fs::symlink_status(path)));
+      EXPECT_EQ("old", test::ReadFile(precious));
+   };
+   chmod(path.c_str(), 0666);
+   expectRemoved();
+   fs::create_symlink(precious, path);
+   expectRemoved();
+   fs::create_symlink("nothing", path);
+   expectRemoved();
+   fs::create_hard_link(precious, path);
+   expectRemoved();
+   ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+   expectRemoved();
+   fs::create_directory(path);
+   EXPECT_THROW(RemoveUnlessOurs(path), Error);
 }
 
 TEST_F(SmallFileTest, RemovingWhatIsNotThereIsNoFailure)
