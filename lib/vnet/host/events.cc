@@ -83,6 +83,21 @@ void DecodeRoute(nlmsghdr const* message, std::vector<Event>& events)
 
 } // namespace
 
+// A request for the generation is answered with the name and number of the process that asks.
+std::uint32_t FindOwnProcess()
+{
+   Request request(NFNL_SUBSYS_NFTABLES << 8 | NFT_MSG_GETGEN, 0);
+   nfgenmsg header{};
+   header.version = NFNETLINK_V0;
+   request.Append(header);
+   std::uint32_t process = 0;
+   NetlinkSocket(NETLINK_NETFILTER)
+      .Run(request, "ask", "nftables who is asking", [&process](nlmsghdr const* message) {
+         process = ntohl(Attributes(message, sizeof(nfgenmsg)).GetU32(NFTA_GEN_PROC_PID));
+      });
+   return process;
+}
+
 Events::Events()
    : routes(Subscribe(NETLINK_ROUTE, {RTNLGRP_LINK, RTNLGRP_IPV4_IFADDR, RTNLGRP_IPV6_IFADDR,
                                       RTNLGRP_IPV4_ROUTE, RTNLGRP_IPV6_ROUTE})),

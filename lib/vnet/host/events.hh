@@ -38,8 +38,12 @@ struct RulesetChanged {
    unsigned char family = 0; // NFPROTO_
    std::string table;
    bool removed = false;      // the table is gone
-   std::uint32_t process = 0; // pid of who did it
+   std::uint32_t process = 0; // pid of who did it, as the first process namespace numbers it
 };
+
+// The process of a RulesetChanged that is our own doing. In a container, or a sandbox, it isn't
+// what getpid says. Throws Error.
+std::uint32_t FindOwnProcess();
 
 // More happened than the kernel kept: look at everything again.
 struct EventsLost {};

@@ -80,8 +80,7 @@ std::string Describe(Findings const& found)
 Watcher::Watcher(engine::Place const& place)
    : databasePlace(MakeDatabasePlace(place)), record(place.runFolder), self(GetSelf()),
      resolver(place.resolvFile), lockTaker(place.runFolder), engine(WithoutWatcher(place)),
-     filter(static_cast<std::uint32_t>(self.pid)), hostPace(longestHostGap),
-     rulesPace(longestRulesGap)
+     filter(host::FindOwnProcess()), hostPace(longestHostGap), rulesPace(longestRulesGap)
 {
    Learn();
    hostPace.Note(Clock::now());

@@ -26,12 +26,12 @@ using test::Milliseconds;
 using test::ReadFile;
 using test::TestProcess;
 
-// Within this time a peer's end is to be noticed. The sanitizers' own work on the way out takes
-// more.
+// Within this time a peer's end is to be noticed, on a busy machine too. The sanitizers' own work
+// on the way out takes more.
 #ifdef __SANITIZE_ADDRESS__
-constexpr Milliseconds aSecond{10000};
+constexpr Milliseconds soon{20000};
 #else
-constexpr Milliseconds aSecond{1000};
+constexpr Milliseconds soon{5000};
 #endif
 
 class ServerProcessTest : public testing::Test {
@@ -357,18 +357,18 @@ class ClientDeathTest : public ServerProcessTest {
 protected:
    TestProcess client = TestProcess::MakeIdle();
 
-   void ExpectOrderlyEndWithinASecond()
+   void ExpectOrderlyEndSoon()
    {
       client.Signal(SIGKILL);
       client.Wait();
-      EXPECT_TRUE(ExitedWith(server->Wait(aSecond), 0)) << server->GetOutput();
+      EXPECT_TRUE(ExitedWith(server->Wait(soon), 0)) << server->GetOutput();
    }
 };
 
 TEST_F(ClientDeathTest, BeforeTheLoadEndsTheServerInOrder)
 {
    StartGreeted(client.GetPid());
-   ExpectOrderlyEndWithinASecond();
+   ExpectOrderlyEndSoon();
    EXPECT_EQ(1, CountCalls("VNL_Unload"));
 }
 
@@ -376,7 +376,7 @@ TEST_F(ClientDeathTest, WhileTheUserEditsEndsTheServerInOrder)
 {
    StartGreeted(client.GetPid());
    Load();
-   ExpectOrderlyEndWithinASecond();
+   ExpectOrderlyEndSoon();
    EXPECT_EQ(1, CountCalls("VNL_Unload"));
 }
 
@@ -384,7 +384,7 @@ TEST_F(ClientDeathTest, UnreapedClientCountsAsEnded)
 {
    StartGreeted(client.GetPid());
    client.Signal(SIGKILL);
-   EXPECT_TRUE(ExitedWith(server->Wait(aSecond), 0));
+   EXPECT_TRUE(ExitedWith(server->Wait(soon), 0));
 }
 
 TEST_F(ClientDeathTest, InTheMiddleOfAMessageDropsTheMessage)
@@ -394,7 +394,7 @@ TEST_F(ClientDeathTest, InTheMiddleOfAMessageDropsTheMessage)
    std::string const half = "Save\n{\"MaxNet";
    ASSERT_EQ(static_cast<ssize_t>(half.size()),
              write(request.GetWriteEnd(), half.data(), half.size()));
-   ExpectOrderlyEndWithinASecond();
+   ExpectOrderlyEndSoon();
    EXPECT_EQ(0, CountCalls("VNL_StopService"));
 }
 
@@ -419,7 +419,7 @@ TEST_F(ClientDeathTest, WhileALargeSnapshotFillsThePipeEndsTheServer)
    StartGreeted(client.GetPid(), {{"TAVRIN_DOUBLE_DB", dir.Write("database", state)}});
    Send("Load");
    ASSERT_TRUE(Eventually([this] { return CountCalls("VNL_FreeHostAdapterList") == 1; }));
-   ExpectOrderlyEndWithinASecond();
+   ExpectOrderlyEndSoon();
 }
 
 TEST_F(ServerProcessTest, WaitingServerUsesNoProcessorTime)

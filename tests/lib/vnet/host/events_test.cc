@@ -115,12 +115,12 @@ TEST_F(EventsTest, AFlushedTableIsHeardWithWhoDidIt)
    ruleset.Run("table inet tavrin-tvnet8 { chain c { }; }", "x");
    EXPECT_TRUE(WaitFor<RulesetChanged>([](auto const& event) {
       return event.family == NFPROTO_INET && event.table == "tavrin-tvnet8" && !event.removed &&
-             event.process == static_cast<std::uint32_t>(getpid());
+             event.process == vnet::host::FindOwnProcess();
    }));
    GetHost().Command("nft flush ruleset");
    EXPECT_TRUE(WaitFor<RulesetChanged>([](auto const& event) {
       return event.table == "tavrin-tvnet8" && event.removed &&
-             event.process != static_cast<std::uint32_t>(getpid());
+             event.process != vnet::host::FindOwnProcess();
    }));
 }
 

@@ -31,6 +31,11 @@ pid_t StartOrphan()
 TEST(RunningProcessTest, TellsWhatAProcessIs)
 {
    auto const child = ChildProcess::Start(sleeper);
+   // A start returns at the exec, which shows the arguments a moment later.
+   ASSERT_TRUE(test::Eventually([&child] {
+      auto const early = FindProcess(child.GetPid());
+      return !early || !early->arguments.empty();
+   }));
    auto const facts = FindProcess(child.GetPid());
    ASSERT_TRUE(facts);
    EXPECT_EQ(child.GetPid(), facts->identity.pid);
