@@ -233,7 +233,7 @@ TEST_P(PeersTest, TheyComeAndStartAgainWhileOursRun)
    Start();
    PlugOurGuest();
    LoadRules(peer);
-   EXPECT_TRUE(test::Eventually([&] { return !peer.publishes || HasOursAmongDockers(); }, aSecond));
+   EXPECT_TRUE(test::Eventually([&] { return !peer.publishes || HasOursAmongDockers(); }));
    ExpectTheirs(peer);
    ExpectOurs(peer);
    netlab::UdpFlow flow(ours, {"10.3.0.9", flowPort});
@@ -253,7 +253,7 @@ TEST_P(PeersTest, TheyComeAndStartAgainWhileOursRun)
    EXPECT_THAT(RunWell({"status", "8"}), Not(HasSubstr("drops it")));
    // Harder than Docker ever is.
    GetHost().Command("iptables-nft -F DOCKER-USER");
-   EXPECT_TRUE(test::Eventually([&] { return HasOursAmongDockers(); }, aSecond));
+   EXPECT_TRUE(test::Eventually([&] { return HasOursAmongDockers(); }));
    EXPECT_TRUE(flow.WaitForMore(20));
 }
 
