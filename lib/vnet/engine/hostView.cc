@@ -18,6 +18,7 @@ HostView::HostView(host::RouteSocket& socketOfCaller) : socket(socketOfCaller)
 
 void HostView::Read()
 {
+   stale = true;
    devices.clear();
    for (auto& link : host::Links(socket).List()) {
       devices[link.index].link = link;
@@ -26,6 +27,7 @@ void HostView::Read()
       devices[address.link].addresses.push_back(address);
    }
    ReadRoutes();
+   stale = false;
 }
 
 void HostView::ReadRoutes()
@@ -45,8 +47,10 @@ void HostView::Refresh()
    for (auto const& event : news) {
       std::visit([this](auto const& changed) { Apply(changed); }, event);
    }
-   generation += news.empty() ? 0 : 1;
-   if (unsure) {
+   generation += news.empty() && !stale ? 0 : 1;
+   if (stale) {
+      Read();
+   } else if (unsure) {
       ReadRoutes();
    }
 }

@@ -60,6 +60,7 @@ private:
    unsigned long tableEpoch = 0;
    unsigned long others = 0; // changes of tables that aren't ours
 
+   bool stale = false;  // a reading broke off
    bool unsure = false; // which routes there are
 
    void Read();

@@ -135,24 +135,35 @@ int Send(nl_sock* socket, nl_msg* message)
    return result;
 }
 
+// Sends the request and waits for the end of its answer. Returns a libnl error.
+int Exchange(nl_sock* socket, nl_msg* message, Answer& answer)
+{
+   int const error = Send(socket, message);
+   return error < 0 ? error : Receive(socket, answer);
+}
+
 } // namespace
 
-NetlinkSocket::NetlinkSocket(int protocol) : socket(nl_socket_alloc())
+NetlinkSocket::NetlinkSocket(int netlinkProtocol) : protocol(netlinkProtocol), socket(Open()) {}
+
+NetlinkSocket::Handle NetlinkSocket::Open() const
 {
-   if (!socket) {
+   Handle opened(nl_socket_alloc());
+   if (!opened) {
       throw std::bad_alloc();
    }
    // libnl opens it close-on-exec.
-   if (int const error = nl_connect(socket.get(), protocol); error < 0) {
+   if (int const error = nl_connect(opened.get(), protocol); error < 0) {
       throw Error("open", "a netlink socket", nl_geterror(error));
    }
    int const on = 1;
-   int const descriptor = nl_socket_get_fd(socket.get());
+   int const descriptor = nl_socket_get_fd(opened.get());
    setsockopt(descriptor, SOL_NETLINK, NETLINK_EXT_ACK, &on, sizeof on);
    setsockopt(descriptor, SOL_NETLINK, NETLINK_CAP_ACK, &on, sizeof on);
    // Without it the kernel filters some dumps by nothing and answers old forms of others.
    setsockopt(descriptor, SOL_NETLINK, NETLINK_GET_STRICT_CHK, &on, sizeof on);
-   nl_socket_enable_msg_peek(socket.get());
+   nl_socket_enable_msg_peek(opened.get());
+   return opened;
 }
 
 void NetlinkSocket::Free::operator()(nl_sock* freed) const
@@ -169,18 +180,18 @@ int NetlinkSocket::Fail(int error, std::string const& kernelWords)
    return error;
 }
 
+// After an exchange that broke off, its answer may still come, and libnl may wait for that: the
+// socket is put back only when all is well, and the next request gets a new one.
 int NetlinkSocket::Try(Request& request, Handler const& handler)
 {
-   // A failed earlier exchange may have left its number behind; each request gets its own.
+   auto used = socket ? std::move(socket) : Open();
    nlmsg_hdr(request.Get())->nlmsg_seq = NL_AUTO_SEQ;
    nlmsg_hdr(request.Get())->nlmsg_flags |= NLM_F_ACK;
    Answer answer(handler);
-   if (int const error = Send(socket.get(), request.Get()); error < 0) {
+   if (int const error = Exchange(used.get(), request.Get(), answer); error < 0) {
       return Fail(EIO, nl_geterror(error));
    }
-   if (int const error = Receive(socket.get(), answer); error < 0) {
-      return Fail(EIO, nl_geterror(error));
-   }
+   socket = std::move(used);
    if (answer.thrown) {
       std::rethrow_exception(answer.thrown);
    }

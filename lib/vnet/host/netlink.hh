@@ -22,7 +22,7 @@ public:
    using Handler = std::function<void(nlmsghdr const*)>;
 
    // Throws Error.
-   explicit NetlinkSocket(int protocol);
+   explicit NetlinkSocket(int netlinkProtocol);
 
    // Sends and waits for the acknowledgement; other answers go to `handler`. Returns 0 or an errno
    // value.
@@ -53,8 +53,13 @@ private:
    struct Free {
       void operator()(nl_sock* freed) const;
    };
-   std::unique_ptr<nl_sock, Free> socket;
+   using Handle = std::unique_ptr<nl_sock, Free>;
+
+   int const protocol;
+   Handle socket; // empty after a failure
    std::string cause;
+
+   Handle Open() const;
 
    int Fail(int error, std::string const& kernelWords = {});
    void Dump(Request& request, std::string const& object, std::function<void()> const& restart,
