@@ -72,9 +72,10 @@ Link BridgePatch::RequireBridge(std::string const& name, Link const& adapter)
 
 void BridgePatch::Attach(std::string const& adapterName, std::string const& bridgeName)
 {
-   auto const adapter = RequireAdapter(adapterName);
-   auto const bridge = RequireBridge(bridgeName, adapter);
+   auto const bridge = RequireBridge(bridgeName, RequireAdapter(adapterName));
    LeaveOther(adapterName, bridgeName);
+   // As it is when it has left.
+   auto const adapter = RequireAdapter(adapterName);
    auto const pair = pairs.Find(adapterName);
    bool const hadRules = ruleset.HasTable(family, GetPatchTable(adapterName));
    // If it was promiscuous before us, that stays someone else's.

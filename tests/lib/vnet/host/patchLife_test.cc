@@ -191,6 +191,10 @@ TEST_F(PatchLifeTest, AnAdapterMovesFromBridgeToBridge)
    EXPECT_FALSE(Ping(guest, "10.3.0.9", silence));
    GetHost().Command("ip link set tap0 master tvnet3");
    ExpectWorks();
+   // A veth device would work without. It is ours to take back, too.
+   EXPECT_TRUE(links->Require("eth0").IsSetPromiscuous());
+   Detach();
+   EXPECT_FALSE(links->Require("eth0").IsSetPromiscuous());
 }
 
 TEST_F(PatchLifeTest, ABridgeMovesFromAdapterToAdapter)
