@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vnet/host/ruleset.hh"
 
+#include "base/log.h"
 #include "vnet/values/error.hh"
 
 #include <cerrno>
@@ -18,6 +19,7 @@
 #include <optional>
 #include <string_view>
 #include <sys/socket.h>
+#include <unistd.h>
 
 namespace vnet::host {
 
@@ -75,6 +77,40 @@ Request MakeTableRequest(std::string const& family)
    return request;
 }
 
+// What libnftables is asked to do just now.
+std::string const* doing = nullptr;
+
+// Without a socket or memory libnftables ends the process. The log is to tell why, and nothing else
+// is to run in between.
+void TellOfExit()
+{
+   if (doing) {
+      LogV(LOG_SEVERITY_ERROR, "%s: libnftables lacks a socket or memory, and ends this process\n",
+           doing->c_str());
+      _exit(1);
+   }
+}
+
+// As long as libnftables is at work.
+class Doing {
+public:
+   explicit Doing(std::string const& actionAndObject)
+   {
+      static bool const isTold = std::atexit(TellOfExit) == 0;
+      doing = isTold ? &actionAndObject : nullptr;
+   }
+   Doing(Doing const&) = delete;
+   Doing& operator=(Doing const&) = delete;
+   ~Doing() { doing = nullptr; }
+};
+
+nft_ctx* MakeContext()
+{
+   static std::string const what = "open the ruleset";
+   Doing const now(what);
+   return nft_ctx_new(NFT_CTX_DEFAULT);
+}
+
 // The complaint without the place in the text: "Error: Could not process rule: ...".
 std::string GetFirstComplaint(std::string_view text)
 {
@@ -91,7 +127,7 @@ void Ruleset::Free::operator()(nft_ctx* freed) const
    nft_ctx_free(freed);
 }
 
-Ruleset::Ruleset() : context(nft_ctx_new(NFT_CTX_DEFAULT)), tables(NETLINK_NETFILTER)
+Ruleset::Ruleset() : context(MakeContext()), tables(NETLINK_NETFILTER)
 {
    if (!context) {
       throw Error("open", "the ruleset", "libnftables refused");
@@ -102,8 +138,9 @@ Ruleset::Ruleset() : context(nft_ctx_new(NFT_CTX_DEFAULT)), tables(NETLINK_NETFI
    }
 }
 
-bool Ruleset::Try(std::string const& text, std::string& output)
+bool Ruleset::Try(std::string const& text, std::string const& what, std::string& output)
 {
+   Doing const now(what);
    bool const done = nft_run_cmd_from_buffer(context.get(), text.c_str()) == 0;
    // Reading empties the buffers.
    output = nft_ctx_get_output_buffer(context.get());
@@ -117,7 +154,7 @@ bool Ruleset::Try(std::string const& text, std::string& output)
 void Ruleset::Run(std::string const& text, std::string const& object)
 {
    std::string output;
-   if (!Try(text, output)) {
+   if (!Try(text, "change rules of " + object, output)) {
       throw Error("change rules of", object, output);
    }
 }
@@ -133,7 +170,7 @@ void Ruleset::Check(std::string const& text, std::string const& object)
 {
    nft_ctx_set_dry_run(context.get(), true);
    std::string output;
-   bool const good = Try(text, output);
+   bool const good = Try(text, "check rules of " + object, output);
    nft_ctx_set_dry_run(context.get(), false);
    if (!good) {
       throw Error("check rules of", object, output);
@@ -168,7 +205,7 @@ std::string Ruleset::ListWith(unsigned int flags, std::string const& family,
    }
    nft_ctx_output_set_flags(context.get(), flags);
    std::string output;
-   bool const done = Try("list table " + family + " " + table, output);
+   bool const done = Try("list table " + family + " " + table, "list table " + table, output);
    nft_ctx_output_set_flags(context.get(), 0);
    if (!done) {
       throw Error("list table", table, output);

@@ -48,8 +48,9 @@ private:
    // holds before it names one.
    NetlinkSocket tables;
 
-   // Returns whether it went well; `output` gets what was printed either way.
-   bool Try(std::string const& text, std::string& output);
+   // Returns whether it went well; `output` gets what was printed either way. `what` is for the
+   // log, should libnftables end the process.
+   bool Try(std::string const& text, std::string const& what, std::string& output);
    std::string ListWith(unsigned int flags, std::string const& family, std::string const& table);
 };
 
