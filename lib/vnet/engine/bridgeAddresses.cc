@@ -86,6 +86,39 @@ std::vector<Route> MakeRoutes(services::WantedNetwork const& wanted, int link)
    return routes;
 }
 
+// The route to the address's subnet, which the kernel makes with the address; empty if it makes
+// none.
+std::optional<Route> MakeConnected(InterfaceAddress const& each, int link)
+{
+   auto const address = each.address.ToAddress();
+   if (!address || each.prefixLength >= 32) {
+      return {};
+   }
+   Route route;
+   route.destination = Address{address->value & ~(~std::uint32_t{0} >> each.prefixLength)};
+   route.prefixLength = each.prefixLength;
+   route.link = link;
+   route.source = address;
+   route.protocol = RTPROT_KERNEL;
+   return route;
+}
+
+// Those of addresses that are there. A route of ours may have taken their place, and stayed when an
+// earlier process died over it.
+std::vector<Route> MakeConnected(std::vector<InterfaceAddress> const& addresses,
+                                 Device const& device)
+{
+   std::vector<Route> routes;
+   for (auto const& each : addresses) {
+      auto const isSame = [&](InterfaceAddress const& other) { return IsSame(each, other); };
+      auto const route = MakeConnected(each, device.link.index);
+      if (route && device.link.IsUp() && std::ranges::any_of(device.addresses, isSame)) {
+         routes.push_back(*route);
+      }
+   }
+   return routes;
+}
+
 // In IPv6 the kernel gives every device an address of the link's own.
 std::vector<InterfaceAddress> GetPresent(Device const& device)
 {
@@ -140,7 +173,9 @@ BridgeAddresses::FindDifference(services::WantedNetwork const& wanted) const
    auto const routes = MakeRoutes(wanted, device->link.index);
    auto const present = GetPresent(*device);
    auto const presentRoutes = GetPresentRoutes(*device);
-   return {Without(addresses, present), Without(present, addresses), Without(routes, presentRoutes),
+   auto missingRoutes = Without(MakeConnected(addresses, *device), device->routes);
+   std::ranges::copy(Without(routes, presentRoutes), std::back_inserter(missingRoutes));
+   return {Without(addresses, present), Without(present, addresses), missingRoutes,
            Without(presentRoutes, routes)};
 }
 

@@ -124,6 +124,18 @@ TEST_F(DeathTest, TheRouteOfANetworkWithoutAdapterComesBack)
    EXPECT_THAT(ListDifferences(8), IsEmpty());
 }
 
+// A process that died over the change between the two leaves one in the other's place.
+TEST_F(DeathTest, TheKernelsRouteOfANetworkWithAdapterComesBack)
+{
+   settings.networks[8] = MakeNat(8);
+   engine->StartAll(settings);
+   auto const good = test::TakeState(GetHost());
+   GetHost().Command("ip route replace 192.168.8.0/24 dev tvnet8 proto 116 src 192.168.8.2");
+   EXPECT_THAT(ListDifferences(8), Contains("route 192.168.8.0/24"));
+   engine->Reconcile(settings);
+   EXPECT_TRUE(test::AreEqual(good, test::TakeState(GetHost())));
+}
+
 TEST_F(DeathTest, ARouteThatSomeoneAddedStays)
 {
    settings.networks[8] = MakeNat(8);
