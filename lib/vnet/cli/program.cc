@@ -203,6 +203,7 @@ Settings Program::ReadSettings() const
 Program::Session Program::OpenSession() const
 {
    auto lock = LockFile::Take(databasePlace.lockFolder, databasePlace.patience);
+   RemoveUnfinished(databasePlace.file);
    return {std::move(lock), ReadSettings()};
 }
 

@@ -113,13 +113,20 @@ void Database::Lock()
    if (lock) {
       return;
    }
-   // Callers come one after the other: only the first of them waits.
-   auto const patience = std::exchange(place.patience, std::chrono::milliseconds(0));
-   auto taken = LockFile::Take(place.lockFolder, patience);
-   if (GetStamp(place.file) != stamp) {
-      Read();
+   if (refusal) {
+      throw Error(*refusal);
    }
-   lock.emplace(std::move(taken));
+   try {
+      auto taken = LockFile::Take(place.lockFolder, place.patience);
+      RemoveUnfinished(place.file);
+      if (GetStamp(place.file) != stamp) {
+         Read();
+      }
+      lock.emplace(std::move(taken));
+   } catch (Error const& error) {
+      refusal = error;
+      throw;
+   }
 }
 
 void Database::Store(std::string const& group, char const* key,

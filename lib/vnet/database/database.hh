@@ -7,6 +7,7 @@
 #include "vnet/database/keyFile.hh"
 #include "vnet/database/lockFile.hh"
 #include "vnet/database/textFile.hh"
+#include "vnet/values/error.hh"
 #include "vnet/values/settings.hh"
 
 #include <chrono>
@@ -51,8 +52,9 @@ public:
    // is logged, and what was read before stands.
    void Refresh();
    // Takes the lock, unless this object has it, and reads the file again if it is another one now.
-   // Throws Error if another holds the lock for longer than patience lasts (after a failure there
-   // is none), and if the file can't be read. Every change does this first.
+   // Throws Error if another holds the lock for longer than patience lasts, and if the file can't
+   // be read. Every change does this first, and after a failure none is made any more: of what
+   // belongs together, all or nothing is changed.
    void Lock();
 
    // These return whether anything changed, and throw what Lock throws. An index is below
@@ -92,6 +94,7 @@ private:
    Place place;
    FileSteps* steps;
    std::optional<LockFile> lock;
+   std::optional<Error> refusal; // why there is no lock, once that was tried
    Stamp stamp;
    Descriptor opened; // the file that was read, so that stamp is no other file's
    Stamp unreadable;  // of the file that Refresh couldn't read and logged

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <tuple>
+#include <unistd.h>
 
 namespace vnet {
 
@@ -70,12 +71,18 @@ void RequireSize(std::size_t size, std::size_t maxBytes, std::string const& path
    }
 }
 
+// While it is written.
+std::string GetNewName(std::string const& name)
+{
+   return "." + name + ".new";
+}
+
 // A new file that disappears again unless it was put in its place.
 class NewFile {
 public:
    NewFile(std::string const& targetPath, FileSteps& fileSteps)
       : steps(fileSteps), path(targetPath), folder(OpenFolder(targetPath)),
-        target(targetPath.substr(targetPath.rfind('/') + 1)), name("." + target + ".new"),
+        target(targetPath.substr(targetPath.rfind('/') + 1)), name(GetNewName(target)),
         file(Create())
    {}
    ~NewFile()
@@ -204,6 +211,12 @@ TextFile ReadTextFile(std::string const& path, std::size_t maxBytes)
       }
    }
    throw Error("read", path, "It keeps changing");
+}
+
+void RemoveUnfinished(std::string const& path)
+{
+   auto const slash = path.rfind('/') + 1;
+   unlink((path.substr(0, slash) + GetNewName(path.substr(slash))).c_str());
 }
 
 Stamp WriteTextFile(std::string const& path, std::string const& text, Existing existing,

@@ -41,6 +41,10 @@ TextFile ReadTextFile(std::string const& path, std::size_t maxBytes);
 
 enum class Existing { Replace, Refuse };
 
+// Removes the new file beside path that a process left when it died. Nothing there, and a folder
+// that can't be written, are no failures: the next writing sees to it. The caller holds a lock.
+void RemoveUnfinished(std::string const& path);
+
 // Writes text to the file at path, mode 0644, and to the disk: a new file beside it
 // (".<name>.new", in place of one that a process left when it died), synced, renamed over it, and
 // the folder synced. So path always names the old file or the new one, whole, and an Error from a

@@ -77,15 +77,15 @@ void AddAdapters(AdapterList& list, std::vector<std::string> const& present,
    }
 }
 
-// False if only the stored ones could be listed.
+// False if the host's couldn't be listed now: then they are taken to be what they last were.
 bool FillList(VNL_HostAdapterList** list)
 {
-   auto const stored = Library::Get().GetForReading().GetSettings().adapters;
-   std::vector<std::string> present;
-   bool const complete = Attempt("list", "the host's adapters",
-                                 [&present] { present = Library::Get().GetHost().ListAdapters(); });
+   auto& library = Library::Get();
+   auto const stored = library.GetForReading().GetSettings().adapters;
+   bool const complete =
+      Attempt("list", "the host's adapters", [&library] { library.RefreshAdapters(); });
    AdapterList made;
-   AddAdapters(made, present, stored);
+   AddAdapters(made, library.GetAdapters(), stored);
    VNL_FreeHostAdapterList(std::exchange(*list, made.HandOut()));
    return complete;
 }

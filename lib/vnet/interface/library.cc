@@ -76,12 +76,13 @@ void Library::Unload()
       return;
    }
    char const* const path = place.file.c_str();
-   Attempt("settle the subnets of", path, [this] { MoveAssignedAside(); });
+   Attempt("settle the subnets of", path, [this] { SettleAssigned(); });
    bool const changed = database->HasChanges();
    Attempt("commit", path, [this] { database->Commit(); });
    Attempt("bring the host in line with", path,
            [&] { host->Finish(database->GetSettings(), changed); });
    assigned.clear();
+   adapters.clear();
    database.reset();
 }
 
@@ -120,22 +121,26 @@ std::optional<Subnet> Library::FindSubnet(unsigned int index)
 
 void Library::AssignSubnet(unsigned int index)
 {
-   auto& loaded = GetForWriting();
+   GetForWriting();
+   assigned.insert(index);
+   Assign(index);
+}
+
+void Library::Assign(unsigned int index)
+{
    auto const subnet = FindSubnet(index);
    if (!subnet) {
       throw std::runtime_error("No private subnet is free");
    }
-   loaded.Set(index, field::subnetAddress, subnet->address);
-   loaded.Set(index, field::subnetMask, subnet->GetMask());
-   assigned.insert(index);
+   database->Set(index, field::subnetAddress, subnet->address);
+   database->Set(index, field::subnetMask, subnet->GetMask());
 }
 
-void Library::MoveAssignedAside()
+void Library::SettleAssigned()
 {
-   auto const candidates = assigned;
-   for (unsigned int const index : candidates) {
-      if (Collides(database->GetSettings(), index)) {
-         AssignSubnet(index);
+   for (unsigned int const index : assigned) {
+      if (!database->GetNetwork(index).subnetAddress || Collides(database->GetSettings(), index)) {
+         Assign(index);
       }
    }
 }
@@ -143,7 +148,7 @@ void Library::MoveAssignedAside()
 std::string Library::Export()
 {
    GetForReading();
-   MoveAssignedAside();
+   SettleAssigned();
    return database->Export();
 }
 

@@ -41,8 +41,12 @@ public:
    void SetSubnetAddress(unsigned int index, std::optional<Address> address);
    // Gives the network a free subnet, or leaves it the one that it has if that is free.
    void AssignSubnet(unsigned int index);
-   // Whether the present subnet is one that AssignSubnet gave since the load.
+   // Whether AssignSubnet was asked for the present subnet since the load. One that it failed to
+   // give then is given at the end.
    bool IsAssigned(unsigned int index) const { return assigned.count(index) != 0; }
+   // The host's adapters, as they were when they could last be listed since the load.
+   std::vector<std::string> const& GetAdapters() const { return adapters; }
+   void RefreshAdapters() { adapters = host->ListAdapters(); }
    // The database as text.
    std::string Export();
    void DeleteNetwork(unsigned int index);
@@ -50,14 +54,16 @@ public:
 private:
    Database& GetLoaded();
    std::optional<Subnet> FindSubnet(unsigned int index);
-   // A network whose subnet is set after another was assigned may want just that one. The assigned
-   // one gives way.
-   void MoveAssignedAside();
+   void Assign(unsigned int index);
+   // Networks that still lack their subnet get it. One whose subnet is set after another was
+   // assigned may want just that one; the assigned one gives way.
+   void SettleAssigned();
 
    Database::Place const place;
    std::unique_ptr<HostSide> const host;
    std::optional<Database> database;
    std::set<unsigned int> assigned;
+   std::vector<std::string> adapters;
 };
 
 } // namespace vnet

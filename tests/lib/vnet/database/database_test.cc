@@ -289,6 +289,30 @@ TEST(DatabaseTest, OnlyTheFirstOfManyChangesWaitsForAnother)
    EXPECT_EQ(1400u, database.GetNetwork(8).mtu);
 }
 
+// Or the half of what somebody asked for would be done.
+TEST(DatabaseTest, AfterAChangeThatHadNoLockNoneIsMadeAnyMore)
+{
+   TempPlace const place(richText);
+   std::optional<Database> holder(place.Get());
+   holder->Lock();
+   Database database(place.Get(0ms));
+   EXPECT_THROW(database.Set(8, field::mtu, 1300), Error);
+   holder.reset();
+
+   EXPECT_THROW(database.Set(8, field::useDhcp, false), Error);
+   EXPECT_FALSE(database.HasChanges());
+   EXPECT_TRUE(Database(place.Get(0ms)).Set(8, field::mtu, 1300));
+}
+
+TEST(DatabaseTest, TheFirstChangeRemovesWhatAWriterThatDiedLeft)
+{
+   TempPlace const place(richText);
+   std::ofstream(place.GetFolder() / ".networking.new") << "[gener";
+   Database database(place.Get());
+   database.Lock();
+   EXPECT_FALSE(std::filesystem::exists(place.GetFolder() / ".networking.new"));
+}
+
 TEST(DatabaseTest, AFailedCommitLeavesTheOldFileAndCanBeRepeated)
 {
    class FullDisk : public FileSteps {

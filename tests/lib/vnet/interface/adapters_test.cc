@@ -69,6 +69,17 @@ TEST_F(AdaptersTest, AHostThatCannotBeAskedLeavesTheStoredOnes)
    EXPECT_EQ(1u, TakeLog().size());
 }
 
+TEST_F(AdaptersTest, AHostThatCannotBeAskedAgainHasThoseThatItHad)
+{
+   Load(minimal + "[adapter eth1]\nnetwork=tvnet0\n");
+   host.adapters = {"eth0"};
+   List();
+   host.failing = true;
+
+   EXPECT_THAT(List(false), ElementsAre("eth0:-1", "eth1:0"));
+   EXPECT_EQ(1u, TakeLog().size());
+}
+
 TEST_F(AdaptersTest, AnyListCanBeFreed)
 {
    Load(minimal);

@@ -71,11 +71,11 @@ TEST_F(ServicesTest, AFailureOfTheHostIsLoggedOnce)
 TEST_F(ServicesTest, OneProcessAtATimeActsOnTheHost)
 {
    ASSERT_TRUE(VNL_StopService("tvnet8", VNL_SERVICE_NAT));
-   vnet::Database other(place.Get(std::chrono::milliseconds(0)));
-   EXPECT_THROW(other.Lock(), vnet::Error);
+   auto const lock = [this] { vnet::Database(place.Get(std::chrono::milliseconds(0))).Lock(); };
+   EXPECT_THROW(lock(), vnet::Error);
 
    VNL_Unload();
-   EXPECT_NO_THROW(other.Lock());
+   EXPECT_NO_THROW(lock());
 }
 
 } // namespace

@@ -98,6 +98,18 @@ TEST_F(SubnetsTest, WithNothingFreeNothingChanges)
    EXPECT_EQ(before, Export());
 }
 
+TEST_F(SubnetsTest, OneThatCouldNotBeGivenIsGivenAtTheEnd)
+{
+   Load(minimal);
+   host.failing = true;
+   EXPECT_FALSE(VNL_AssignSubnetAddressToVnet("tvnet8", 1));
+   EXPECT_TRUE(VNL_SetVnetSubnetMask("tvnet8", ""));
+   host.failing = false;
+   VNL_Unload();
+
+   EXPECT_EQ(minimal + "\n[tvnet8]\nsubnet=192.168.5.0\nmask=255.255.255.0\n", place.Read());
+}
+
 TEST_F(SubnetsTest, AllNetworksGetOneOfTheirOwn)
 {
    Load(minimal);
