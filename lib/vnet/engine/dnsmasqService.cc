@@ -46,9 +46,8 @@ bool DnsmasqService::IsRunning() const
 bool DnsmasqService::Runs(std::optional<services::WantedDnsmasq> const& wanted) const
 {
    if (!wanted) {
-      // One that an earlier process left half started has no more than this file.
-      return access(place.configurationPath.c_str(), F_OK) < 0 &&
-             access(place.pidPath.c_str(), F_OK) < 0;
+      // One that an earlier process left half started has no more than one of these.
+      return !process::MayExist(place.configurationPath) && !process::MayExist(place.pidPath);
    }
    return Make(*wanted).Runs(MakeTexts(*wanted, GetLink()));
 }

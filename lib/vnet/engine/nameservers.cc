@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vnet/engine/nameservers.hh"
 
+#include "base/fileDescriptor.hh"
+#include "base/log.h"
 #include "vnet/host/inetAddress.hh"
+#include "vnet/values/error.hh"
 
 #include <algorithm>
 #include <cctype>
-#include <fstream>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
 #include <net/if.h>
 #include <sstream>
 #include <tuple>
@@ -16,7 +21,7 @@ namespace vnet::engine {
 namespace {
 
 constexpr std::size_t maxNameservers = 16;
-constexpr std::streamsize maxBytes = 65536;
+constexpr std::size_t maxBytes = 65536;
 
 // Of a device's name, what can't be mistaken for anything else in a configuration.
 bool IsZone(std::string const& text)
@@ -45,10 +50,22 @@ std::string GetCanonical(std::string const& word)
 
 std::string ReadSome(std::string const& path)
 {
+   // Without O_NONBLOCK a FIFO would hold us up.
+   base::FileDescriptor const file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
    std::string text(maxBytes, '\0');
-   std::ifstream file(path);
-   file.read(text.data(), maxBytes);
-   text.resize(static_cast<std::size_t>(file.gcount()));
+   std::size_t size = 0;
+   ssize_t got = file.IsOpen() || errno != ENOENT ? -1 : 0;
+   while (file.IsOpen() && size < text.size()) {
+      got = read(file.Get(), text.data() + size, text.size() - size);
+      if (got == 0 || (got < 0 && errno != EINTR)) {
+         break;
+      }
+      size += static_cast<std::size_t>(std::max<ssize_t>(got, 0));
+   }
+   if (got < 0) {
+      throw Error("read", path, std::strerror(errno));
+   }
+   text.resize(size);
    return text;
 }
 
@@ -84,12 +101,27 @@ bool Nameservers::Refresh()
 {
    struct stat now {};
    stat(path.c_str(), &now);
-   if (known && IsSameFile(stamp, now)) {
+   if (known && !complained && IsSameFile(stamp, now)) {
       return false;
    }
-   stamp = now;
-   auto const before = std::exchange(nameservers, ReadNameservers(path));
+   auto const before = std::exchange(nameservers, Read(now));
    return !std::exchange(known, true) || nameservers != before;
+}
+
+std::vector<std::string> Nameservers::Read(struct stat const& now)
+{
+   try {
+      auto const read = ReadNameservers(path);
+      stamp = now;
+      complained = false;
+      return read;
+   } catch (Error const& error) {
+      stamp = {};
+      if (!std::exchange(complained, true)) {
+         Warning("%s; the guests keep the nameservers that are known\n", error.what());
+      }
+      return nameservers;
+   }
 }
 
 } // namespace vnet::engine

@@ -6,6 +6,8 @@
 #include "vnet/values/parse.hh"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <dirent.h>
 #include <filesystem>
 #include <glib.h>
@@ -73,10 +75,17 @@ std::set<unsigned int> Notes::List(std::string const& runFolder)
 {
    std::set<unsigned int> found;
    std::unique_ptr<DIR, int (*)(DIR*)> const entries(opendir(runFolder.c_str()), closedir);
+   if (!entries && errno == ENOENT) {
+      return found;
+   }
+   errno = entries ? 0 : errno;
    while (auto const* entry = entries ? readdir(entries.get()) : nullptr) {
       if (auto const index = ParseNetworkName(entry->d_name)) {
          found.insert(*index);
       }
+   }
+   if (errno != 0) {
+      throw Error("list", runFolder, std::strerror(errno));
    }
    return found;
 }

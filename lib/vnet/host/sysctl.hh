@@ -17,7 +17,7 @@ public:
 
    // The value of "ipv4" or "ipv6" `family`, of a device (or "all", "default"), without the
    // newline: Read("ipv4", "tvnet8", "arp_ignore"). Empty if this kernel or device has no such
-   // switch.
+   // switch. Throws Error if it can't be read.
    std::optional<std::string> Read(std::string const& family, std::string const& device,
                                    std::string const& name) const;
    // A value that is set already isn't written again. Throws Error.

@@ -160,7 +160,7 @@ pid_t Fork(Launch const& launch)
    return pid;
 }
 
-// 0 once the program runs, else why it doesn't.
+// 0 once the program runs, else why it doesn't, or why that can't be known.
 int ReadStatus(int descriptor)
 {
    int cause = 0;
@@ -168,7 +168,7 @@ int ReadStatus(int descriptor)
    do {
       got = read(descriptor, &cause, sizeof cause);
    } while (got < 0 && errno == EINTR);
-   return got == sizeof cause ? cause : 0;
+   return got < 0 ? errno : got == sizeof cause ? cause : 0;
 }
 
 int WaitFor(pid_t pid)

@@ -57,11 +57,6 @@ void LogLines(std::string const& text)
    }
 }
 
-bool Exists(std::string const& path)
-{
-   return access(path.c_str(), F_OK) == 0;
-}
-
 } // namespace
 
 Dnsmasq::Dnsmasq(DnsmasqFiles filesOfNetwork, std::string programPath)
@@ -150,7 +145,7 @@ void Dnsmasq::Reload(ProcessFacts const& running, DnsmasqTexts const& texts) con
 // Of a start that was cut short, or of one that died.
 bool Dnsmasq::HasLeftovers() const
 {
-   return Exists(files.configuration) || Exists(files.pid);
+   return MayExist(files.configuration) || MayExist(files.pid);
 }
 
 // Ends the one that is known. Looks for others only where something of ours was left, as a look at
@@ -210,8 +205,8 @@ void Dnsmasq::WriteFiles(DnsmasqTexts const& texts) const
 void Dnsmasq::Launch(bool interrupted) const
 {
    for (int attempt = 1;; ++attempt) {
-      auto const completion =
-         RunToEnd({.arguments = GetArguments(), .newSession = true}, startDeadline);
+      auto const completion = RunToEnd(
+         {.arguments = GetArguments(), .newSession = true, .endsWithUs = true}, startDeadline);
       if (completion.ending.IsSuccess()) {
          LogLines(completion.errors);
          return;

@@ -31,19 +31,49 @@ std::string GetFolder(pid_t pid)
    return "/proc/" + std::to_string(pid);
 }
 
+// The process has ended, or isn't ours to look at. All else is no reason to take it for gone.
+void RequireUnknown(std::string const& object)
+{
+   if (errno != ENOENT && errno != ESRCH && errno != EACCES && errno != EPERM) {
+      throw Error("look at", object, std::strerror(errno));
+   }
+}
+
+FileDescriptor OpenIn(int folder, std::string const& name, int flags)
+{
+   FileDescriptor file(openat(folder, name.c_str(), flags | O_CLOEXEC));
+   if (!file.IsOpen()) {
+      RequireUnknown(name);
+   }
+   return file;
+}
+
 // Its files fail once the process was reaped, whoever has the number then.
 FileDescriptor OpenFolder(pid_t pid)
 {
-   return FileDescriptor(open(GetFolder(pid).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+   FileDescriptor folder(open(GetFolder(pid).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+   // Whoever may not look into it may still open it: proc(5), hidepid.
+   if (!folder.IsOpen() && errno != ENOENT && errno != ESRCH) {
+      throw Error("look at", "process " + std::to_string(pid), std::strerror(errno));
+   }
+   return folder;
 }
 
 std::string ReadAll(int folder, char const* name)
 {
-   FileDescriptor const file(openat(folder, name, O_RDONLY | O_CLOEXEC));
+   auto const file = OpenIn(folder, name, O_RDONLY);
    std::string text;
    std::array<char, 4096> buffer;
-   ssize_t got = 0;
-   while (file.IsOpen() && (got = read(file.Get(), buffer.data(), buffer.size())) > 0) {
+   ssize_t got = file.IsOpen() ? 1 : 0;
+   while (got != 0) {
+      got = read(file.Get(), buffer.data(), buffer.size());
+      if (got < 0 && errno == EINTR) {
+         continue;
+      }
+      if (got < 0) {
+         RequireUnknown(name);
+         break;
+      }
       text.append(buffer.data(), static_cast<std::size_t>(got));
    }
    return text;
@@ -95,7 +125,7 @@ constexpr char const* networkFile = "net/dev";
 
 std::optional<bool> IsInOurNetwork(int folder)
 {
-   FileDescriptor const self(open("/proc/thread-self", O_PATH | O_DIRECTORY | O_CLOEXEC));
+   auto const self = OpenIn(AT_FDCWD, "/proc/thread-self", O_PATH | O_DIRECTORY);
    for (auto const* name : {"ns/net", networkFile}) {
       struct stat theirs;
       struct stat ours;
@@ -120,13 +150,20 @@ std::vector<pid_t> ListProcesses()
 {
    std::vector<pid_t> pids;
    std::unique_ptr<DIR, int (*)(DIR*)> const folder(opendir("/proc"), closedir);
-   while (auto const* entry = folder ? readdir(folder.get()) : nullptr) {
+   if (!folder) {
+      throw Error("list", "processes", std::strerror(errno));
+   }
+   errno = 0;
+   while (auto const* entry = readdir(folder.get())) {
       std::string_view const name = entry->d_name;
       pid_t pid = 0;
       auto const [end, error] = std::from_chars(name.data(), name.data() + name.size(), pid);
       if (error == std::errc() && end == name.data() + name.size()) {
          pids.push_back(pid);
       }
+   }
+   if (errno != 0) {
+      throw Error("list", "processes", std::strerror(errno));
    }
    return pids;
 }
@@ -200,6 +237,9 @@ bool ProcessHandle::WaitForEnd(std::chrono::milliseconds deadline) const
          std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
       ready = poll(&polled, 1, static_cast<int>(std::max<long>(left.count(), 0)));
    } while (ready < 0 && errno == EINTR);
+   if (ready < 0) {
+      throw Error("wait for", "process " + std::to_string(identity.pid), std::strerror(errno));
+   }
    return ready > 0;
 }
 

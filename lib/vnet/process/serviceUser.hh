@@ -16,7 +16,7 @@ struct ServiceUser {
 
 // The first of the candidates that this host has and that this process can become, with its own
 // group. In a user namespace that maps too little, "root" and an empty group: that root has no
-// rights outside.
+// rights outside. Throws Error if it can't be found out.
 ServiceUser FindServiceUser(std::vector<std::string> const& candidates = {"dnsmasq", "nobody"});
 
 } // namespace vnet::process

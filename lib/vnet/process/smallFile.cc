@@ -5,6 +5,7 @@
 #include "base/log.h"
 #include "vnet/values/error.hh"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -12,6 +13,7 @@
 #include <filesystem>
 #include <string_view>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace vnet::process {
 
@@ -123,23 +125,46 @@ bool WriteNew(int folder, std::string const& name, std::string const& text)
    return file.IsOpen() && WriteAll(file.Get(), text) && fchmod(file.Get(), 0644) == 0;
 }
 
-std::optional<std::string> Read(fs::path const& path, bool onlyTrusted)
+// Why an opening failed: nothing is there, or a link or something that can't be opened. A file that
+// is there and can't be read just now mustn't be taken for a missing one.
+bool IsNoFile(int cause)
+{
+   return cause == ENOENT || cause == ENOTDIR || cause == ELOOP || cause == ENXIO ||
+          cause == ENODEV;
+}
+
+FileDescriptor OpenForReading(fs::path const& path)
 {
    auto const folder = OpenFolder(path.parent_path());
-   FileDescriptor const file(openat(folder.Get(), path.filename().c_str(),
-                                    O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+   if (!folder.IsOpen()) {
+      return {};
+   }
+   return FileDescriptor(openat(folder.Get(), path.filename().c_str(),
+                                O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+}
+
+std::optional<std::string> Read(fs::path const& path, bool onlyTrusted)
+{
+   auto const file = OpenForReading(path);
    struct stat status;
-   if (!file.IsOpen() || fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode) ||
+   if (file.IsOpen() ? fstat(file.Get(), &status) != 0 : !IsNoFile(errno)) {
+      Fail("read", path);
+   }
+   if (!file.IsOpen() || !S_ISREG(status.st_mode) ||
        (onlyTrusted && !(IsPlain(status) && IsTrusted(status)))) {
       return {};
    }
    std::string text;
    std::array<char, 4096> buffer;
    ssize_t got = 0;
-   while ((got = read(file.Get(), buffer.data(), buffer.size())) > 0 && text.size() <= maxSize) {
-      text.append(buffer.data(), static_cast<std::size_t>(got));
-   }
-   return got == 0 && text.size() <= maxSize ? std::optional(text) : std::nullopt;
+   do {
+      got = read(file.Get(), buffer.data(), buffer.size());
+      if (got < 0 && errno != EINTR) {
+         Fail("read", path);
+      }
+      text.append(buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+   } while (got != 0 && text.size() <= maxSize);
+   return text.size() <= maxSize ? std::optional(text) : std::nullopt;
 }
 
 } // namespace
@@ -184,17 +209,29 @@ std::optional<std::string> ReadTrustedFile(std::string const& path)
 void RemoveLeftovers(std::string const& folder)
 {
    auto const held = OpenFolder(folder);
+   if (!held.IsOpen() && IsNoFile(errno)) {
+      return;
+   }
    // By its descriptor: the name could lead elsewhere by now.
-   auto const path = "/proc/self/fd/" + std::to_string(held.Get());
-   std::error_code none;
-   for (auto const& entry : fs::directory_iterator(path, none)) {
-      std::string const name = entry.path().filename();
+   std::error_code error;
+   auto entry = fs::directory_iterator("/proc/self/fd/" + std::to_string(held.Get()), error);
+   for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+      std::error_code none;
+      std::string const name = entry->path().filename();
       if (name.starts_with(freshPrefix) && name.ends_with(freshSuffix) &&
-          entry.symlink_status(none).type() == fs::file_type::regular &&
+          entry->symlink_status(none).type() == fs::file_type::regular &&
           unlinkat(held.Get(), name.c_str(), 0) != 0 && errno != ENOENT) {
          Fail("remove", folder + "/" + name);
       }
    }
+   if (error) {
+      throw Error("list", folder, error.message());
+   }
+}
+
+bool MayExist(std::string const& path)
+{
+   return access(path.c_str(), F_OK) == 0 || (errno != ENOENT && errno != ENOTDIR);
 }
 
 bool RemoveUnlessOurs(std::string const& path)

@@ -17,7 +17,7 @@ void MakeFolder(std::string const& path);
 void ReplaceFile(std::string const& path, std::string const& text);
 
 // The text of a regular file of at most 1 MiB, following no symbolic link. Empty for anything else,
-// and if there is none.
+// and if there is none. Throws Error if it can't be read.
 std::optional<std::string> ReadSmallFile(std::string const& path);
 // The same for a file with this name alone that only its owner may change, who is root or us. Else
 // empty.
@@ -27,6 +27,9 @@ std::optional<std::string> ReadTrustedFile(std::string const& path);
 // may change, who is root or us; follows no symbolic link. For a file that another program opens by
 // its name. True if something was removed. Throws Error.
 bool RemoveUnlessOurs(std::string const& path);
+
+// Whether something is there. What can't be looked at may be.
+bool MayExist(std::string const& path);
 
 // What isn't there is no failure. Throws Error.
 void RemoveFile(std::string const& path);

@@ -2,6 +2,7 @@
 #include "vnet/engine/nameservers.hh"
 
 #include "support/testProcess.hh"
+#include "vnet/values/error.hh"
 
 #include <gmock/gmock.h>
 
@@ -64,6 +65,24 @@ TEST_F(NameserversTest, ChangesAreSeen)
    // Others write the same again and again.
    Write("nameserver 10.0.0.2\n# much longer\n");
    EXPECT_FALSE(nameservers.Refresh());
+}
+
+TEST_F(NameserversTest, ThoseOfAFileThatCantBeReadStay)
+{
+   auto const path = Write("nameserver 10.0.0.1\n");
+   Nameservers nameservers(path);
+   nameservers.Refresh();
+   std::filesystem::remove(path);
+   std::filesystem::create_directory(path);
+   EXPECT_THROW(ReadNameservers(path), Error);
+   EXPECT_FALSE(nameservers.Refresh());
+   EXPECT_FALSE(nameservers.Refresh());
+   EXPECT_THAT(nameservers.Get(), ElementsAre("10.0.0.1"));
+
+   std::filesystem::remove(path);
+   Write("nameserver 10.0.0.2\n");
+   EXPECT_TRUE(nameservers.Refresh());
+   EXPECT_THAT(nameservers.Get(), ElementsAre("10.0.0.2"));
 }
 
 } // namespace
