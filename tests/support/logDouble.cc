@@ -7,13 +7,28 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <unistd.h>
 
 namespace {
 
 std::vector<std::string>& Lines()
 {
-   static std::vector<std::string> lines;
+   // Never destroyed: what runs at exit may still have something to say.
+   static auto& lines = *new std::vector<std::string>;
    return lines;
+}
+
+int& Receiver()
+{
+   static int receiver = -1;
+   return receiver;
+}
+
+void Note(std::string const& line)
+{
+   Lines().push_back(line);
+   [[maybe_unused]] auto const written =
+      Receiver() < 0 ? 0 : write(Receiver(), line.data(), line.size());
 }
 
 std::string Print(char const* format, va_list arguments)
@@ -37,13 +52,18 @@ void LogDouble::Clear()
    Lines().clear();
 }
 
+void LogDouble::PassOn(int descriptor)
+{
+   Receiver() = descriptor;
+}
+
 } // namespace test
 
 void Warning(const char* format, ...)
 {
    va_list arguments;
    va_start(arguments, format);
-   Lines().push_back("Warning: " + Print(format, arguments));
+   Note("Warning: " + Print(format, arguments));
    va_end(arguments);
 }
 
@@ -51,7 +71,7 @@ void Log(const char* format, ...)
 {
    va_list arguments;
    va_start(arguments, format);
-   Lines().push_back("Log: " + Print(format, arguments));
+   Note("Log: " + Print(format, arguments));
    va_end(arguments);
 }
 
@@ -59,7 +79,7 @@ void LogV(int severity, const char* format, ...)
 {
    va_list arguments;
    va_start(arguments, format);
-   Lines().push_back("LogV(" + std::to_string(severity) + "): " + Print(format, arguments));
+   Note("LogV(" + std::to_string(severity) + "): " + Print(format, arguments));
    va_end(arguments);
 }
 

@@ -17,6 +17,9 @@ class LogDouble {
 public:
    static std::vector<std::string> const& GetLines();
    static void Clear();
+   // From now on each line is also written to this descriptor at once, for a process that may not
+   // live to tell.
+   static void PassOn(int descriptor);
 };
 
 } // namespace test
