@@ -8,6 +8,7 @@
 #include "tvnetcfg/mgr/mgr.hh"
 #include "vnet/database/database.hh"
 #include "vnet/interface/library.hh"
+#include "vnet/process/runningProcess.hh"
 #include "vnet/vnetlib.h"
 #include "vnet/watch/watcherControl.hh"
 
@@ -173,10 +174,26 @@ void FaultTest::SetUp()
    }
 }
 
+namespace {
+
+// A real watcher that nobody noted, as who started it died over that, sees the other and ends.
+void EndStrayWatchers()
+{
+   for (auto const& facts : process::FindProcesses({idleProgram})) {
+      auto const stray = process::ProcessHandle::Open(facts.identity);
+      if (stray && facts.sameNetwork.value_or(false)) {
+         stray->Terminate(test::patience);
+      }
+   }
+}
+
+} // namespace
+
 void FaultTest::TearDown()
 {
    if (!IsSkipped()) {
       watch::StopWatcher("/run/tavrin");
+      EndStrayWatchers();
    }
    EngineTest::TearDown();
 }
