@@ -40,6 +40,12 @@ void Attempt(std::vector<std::string>& failures, std::function<void()> const& st
    }
 }
 
+bool NotesPromiscuous(std::vector<PatchPart> const& parts)
+{
+   return std::any_of(parts.begin(), parts.end(),
+                      [](PatchPart const& part) { return part.promiscuous; });
+}
+
 } // namespace
 
 BridgePatch::BridgePatch(RouteSocket& socketOfCaller, Ruleset& rulesetOfCaller)
@@ -92,10 +98,12 @@ void BridgePatch::Attach(std::string const& adapterName, std::string const& brid
 
 bool BridgePatch::IsPromiscuityOurs(std::string const& adapter)
 {
-   auto const parts = pairs.List(adapter);
-   return std::any_of(parts.begin(), parts.end(),
-                      [](auto const& part) { return part.promiscuous; }) ||
-          IsPromiscuousNoted(ruleset.List(family, GetPatchTable(adapter)));
+   return NotesPromiscuous(pairs.List(adapter)) || IsPromiscuousInRules(adapter);
+}
+
+bool BridgePatch::IsPromiscuousInRules(std::string const& adapter)
+{
+   return IsPromiscuousNoted(ruleset.List(family, GetPatchTable(adapter)));
 }
 
 void BridgePatch::LeaveOther(std::string const& adapter, std::string const& bridge)
@@ -199,11 +207,8 @@ std::vector<std::string> BridgePatch::Detach(std::string const& adapter)
          Attempt(failures, [&] { links.SetUp(part.link, false); });
       }
    }
-   // What notes that it was ours goes after it.
-   Attempt(failures, [&] { RestorePromiscuity(adapter); });
-   if (CanBePatched(adapter)) {
-      Attempt(failures, [&] { ruleset.Delete(family, GetPatchTable(adapter)); });
-   }
+   auto const owed = RestorePromiscuity(adapter, NotesPromiscuous(parts), failures);
+   Attempt(failures, [&] { DeleteRules(adapter, owed); });
    for (auto const& part : parts) {
       Attempt(failures, [&] { links.Delete(part.link); });
    }
@@ -211,11 +216,31 @@ std::vector<std::string> BridgePatch::Detach(std::string const& adapter)
    return failures;
 }
 
-void BridgePatch::RestorePromiscuity(std::string const& adapterName)
+bool BridgePatch::RestorePromiscuity(std::string const& adapterName, bool owed,
+                                     std::vector<std::string>& failures)
 {
-   auto const adapter = links.Find(adapterName);
-   if (adapter && adapter->IsSetPromiscuous() && IsPromiscuityOurs(adapterName)) {
-      links.SetPromiscuous(*adapter, false);
+   Attempt(failures, [&] {
+      owed = owed || IsPromiscuousInRules(adapterName);
+      auto const adapter = links.Find(adapterName);
+      if (owed && adapter && adapter->IsSetPromiscuous()) {
+         links.SetPromiscuous(*adapter, false);
+      }
+      owed = false;
+   });
+   return owed;
+}
+
+// What notes that the adapter is promiscuous for us goes only after it isn't any more.
+void BridgePatch::DeleteRules(std::string const& adapter, bool keepNote)
+{
+   if (!CanBePatched(adapter)) {
+      return;
+   }
+   auto const table = GetPatchTable(adapter);
+   if (keepNote) {
+      ruleset.Run(MakePromiscuousNote(adapter), table);
+   } else {
+      ruleset.Delete(family, table);
    }
 }
 

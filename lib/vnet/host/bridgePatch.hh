@@ -75,7 +75,12 @@ private:
    void PinHost(Link const& adapter, Link const& bridge, Link const& port);
    void SetRules(PatchDevices const& devices);
    bool IsPromiscuityOurs(std::string const& adapter);
-   void RestorePromiscuity(std::string const& adapter);
+   bool IsPromiscuousInRules(std::string const& adapter);
+   // `owed`: the devices note that it was ours. Returns whether it is still to be done, which adds
+   // to the failures.
+   bool RestorePromiscuity(std::string const& adapter, bool owed,
+                           std::vector<std::string>& failures);
+   void DeleteRules(std::string const& adapter, bool keepNote);
    void DeleteNameless();
 };
 

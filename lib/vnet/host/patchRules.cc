@@ -151,6 +151,13 @@ std::string MakePatchRules(PatchDevices const& devices)
                                  {"$NONE", std::string(noBits)}});
 }
 
+std::string MakePromiscuousNote(std::string const& adapter)
+{
+   auto const table = "table netdev " + GetPatchTable(adapter);
+   return table + "\ndelete " + table + "\n" + table + " { chain " + std::string(noteChain) +
+          " { } }\n";
+}
+
 bool IsPromiscuousNoted(std::string const& listing)
 {
    return listing.find("chain " + std::string(noteChain) + " {") != std::string::npos;

@@ -33,6 +33,10 @@ std::optional<std::string> ParsePatchTable(std::string const& table);
 // guests stays.
 std::string MakePatchRules(PatchDevices const& devices);
 
+// Commands, for one transaction, that leave nothing of the table but the note that the adapter was
+// set promiscuous for a patch.
+std::string MakePromiscuousNote(std::string const& adapter);
+
 // What a listing of the table notes.
 bool IsPromiscuousNoted(std::string const& listing);
 
