@@ -76,7 +76,7 @@ void Library::Unload()
       return;
    }
    char const* const path = place.file.c_str();
-   Attempt("settle the subnets of", path, [this] { SettleAssigned(); });
+   SettleAssigned();
    bool const changed = database->HasChanges();
    Attempt("commit", path, [this] { database->Commit(); });
    Attempt("bring the host in line with", path,
@@ -140,7 +140,7 @@ void Library::SettleAssigned()
 {
    for (unsigned int const index : assigned) {
       if (!database->GetNetwork(index).subnetAddress || Collides(database->GetSettings(), index)) {
-         Assign(index);
+         Attempt("settle the subnet of", GetNetworkName(index).c_str(), [&] { Assign(index); });
       }
    }
 }

@@ -98,6 +98,25 @@ TEST_F(SubnetsTest, WithNothingFreeNothingChanges)
    EXPECT_EQ(before, Export());
 }
 
+TEST_F(SubnetsTest, WithNothingFreeTheOtherNetworksAreExportedAndSaved)
+{
+   Load(minimal);
+   host.occupied = {Net("0.0.0.0", 0)};
+   EXPECT_FALSE(VNL_AssignSubnetAddressToVnet("tvnet8", 1));
+   EXPECT_FALSE(VNL_AssignSubnetAddressToVnet("tvnet9", 1));
+   ASSERT_TRUE(VNL_SetVnetSubnetAddr("tvnet1", "10.1.1.0"));
+   ASSERT_TRUE(VNL_SetVnetSubnetMask("tvnet1", "255.255.255.0"));
+   TakeLog();
+
+   auto const text = minimal + "\n[tvnet1]\nsubnet=10.1.1.0\nmask=255.255.255.0\n";
+   EXPECT_EQ(text, Export());
+   EXPECT_THAT(TakeLog(),
+               ElementsAre("LogV(2): settle the subnet of tvnet8: No private subnet is free\n",
+                           "LogV(2): settle the subnet of tvnet9: No private subnet is free\n"));
+   VNL_Unload();
+   EXPECT_EQ(text, place.Read());
+}
+
 TEST_F(SubnetsTest, OneThatCouldNotBeGivenIsGivenAtTheEnd)
 {
    Load(minimal);
