@@ -221,8 +221,8 @@ Program::Session Program::OpenSessionForStop()
 
 void Program::RequirePrivilege(std::string const& action)
 {
-   if (!engine::Engine(place).HasPrivilege()) {
-      throw Error(action, "networks", "This needs the rights of root");
+   if (auto const lack = engine::Engine(place).FindLackOfPrivilege(); !lack.empty()) {
+      throw Error(action, "networks", lack);
    }
 }
 

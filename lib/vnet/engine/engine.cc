@@ -58,7 +58,20 @@ void Engine::Forget()
 
 bool Engine::HasPrivilege()
 {
-   return MayChangeNetwork() && MayWrite(place.databaseFolder) && MayWrite(place.runFolder);
+   return FindLackOfPrivilege().empty();
+}
+
+std::string Engine::FindLackOfPrivilege()
+{
+   if (!MayChangeNetwork()) {
+      return "This needs the rights of root";
+   }
+   for (auto const& folder : {place.databaseFolder, place.runFolder}) {
+      if (!MayWrite(folder)) {
+         return folder + " may not be written to; whose is it?";
+      }
+   }
+   return "";
 }
 
 std::vector<std::string> Engine::ListAdapters()

@@ -32,6 +32,8 @@ public:
    ~Engine() override;
 
    bool HasPrivilege() override;
+   // What this process may not do of what changing the host takes; empty if it may do all.
+   std::string FindLackOfPrivilege();
    std::vector<std::string> ListAdapters() override;
    std::vector<Subnet> ListOccupied(unsigned int own) override;
 

@@ -192,6 +192,25 @@ TEST_F(TrapsTest, FoldersThatOthersMayChangeAreRefusedByName)
    }
 }
 
+TEST_F(TrapsTest, FoldersOfSomebodyElseAreRefusedByName)
+{
+   for (fs::path const folder :
+        {"/run/tavrin", "/run/tavrin/tvnet8", "/var/lib/tavrin", "/var/lib/tavrin/tvnet8"}) {
+      SCOPED_TRACE(folder);
+      RunWell({"stop"});
+      Clear();
+      fs::create_directories(folder);
+      if (chown(folder.c_str(), geteuid() + 1, getegid() + 1) != 0) {
+         GTEST_SKIP() << "There is nobody else in this user namespace";
+      }
+      auto const outcome = Run({"start"});
+      EXPECT_EQ(1, outcome.status);
+      EXPECT_THAT(outcome.output, HasSubstr(folder.string()));
+      EXPECT_EQ(0, chown(folder.c_str(), geteuid(), getegid()));
+      ExpectAllRuns();
+   }
+}
+
 } // namespace
 
 } // namespace vnet::cli

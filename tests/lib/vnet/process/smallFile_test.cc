@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vnet/process/smallFile.hh"
 
+#include "support/logDouble.hh"
 #include "support/testProcess.hh"
 #include "vnet/values/error.hh"
 
 #include <algorithm>
 #include <filesystem>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -65,7 +67,12 @@ TEST_F(SmallFileTest, LinksAreReplacedAndNotFollowed)
    fs::create_symlink(precious, path);
    fs::create_symlink(precious, folder.GetPath() / ".file.new");
    EXPECT_FALSE(ReadSmallFile(path));
+   test::LogDouble::Clear();
    ReplaceFile(path, "new");
+   EXPECT_THAT(test::LogDouble::GetLines(),
+               testing::ElementsAre(
+                  "Warning: write " + path + ": file is no plain file, and isn't kept\n",
+                  "Warning: write " + path + ": .file.new is no plain file, and isn't kept\n"));
    EXPECT_EQ("old", test::ReadFile(precious));
    EXPECT_EQ("new", ReadSmallFile(path));
 }
