@@ -2,6 +2,7 @@
 """A system bus and a polkit daemon of the sandbox's own, and users for them. To be used as root."""
 import os
 import subprocess
+import tempfile
 
 import gi
 
@@ -58,16 +59,19 @@ def _append(path, text):
         file.write(text)
 
 
+def _give(folder, number):
+    os.chmod(folder, 0o700)
+    os.chown(folder, number, number)
+
+
 def make_users(*names):
     """In the sandbox's own /etc."""
     for number, name in enumerate(names, FIRST_ID):
         _append("/etc/passwd", f"{name}:x:{number}:{number}::{HOME}/{name}:/bin/sh\n")
         _append("/etc/group", f"{name}:x:{number}:\n")
         _append("/etc/shadow", f"{name}:!:19000::::::\n")
-        os.makedirs(f"{HOME}/{name}/runtime", 0o755)
-        for folder in (f"{HOME}/{name}", f"{HOME}/{name}/runtime"):
-            os.chmod(folder, 0o700)
-            os.chown(folder, number, number)
+        os.makedirs(f"{HOME}/{name}", 0o755)
+        _give(f"{HOME}/{name}", number)
 
 
 def set_password(name, password):
@@ -114,8 +118,11 @@ def run_as(name, *command):
             if key.startswith(("SANDBOX_", "LC_", "GDK_", "GTK_", "GSETTINGS_", "TVDEVEL", "DISPLAY",
                                "TMPDIR"))}
     home = f"{HOME}/{name}"
+    # One for each session: what ends late takes its sockets away from here.
+    runtime = tempfile.mkdtemp(prefix="runtime", dir=home)
+    _give(runtime, os.stat(home).st_uid)
     environment = {**keep, "HOME": home, "USER": name, "LOGNAME": name, "SHELL": "/bin/sh",
-                   "PATH": "/usr/bin:/bin", "XDG_RUNTIME_DIR": f"{home}/runtime",
+                   "PATH": "/usr/bin:/bin", "XDG_RUNTIME_DIR": runtime,
                    "XDG_STATE_HOME": f"{home}/state"}
     return subprocess.run(
         ["setpriv", "--reuid", name, "--regid", name, "--init-groups", "--inh-caps=-all",

@@ -170,7 +170,9 @@ bool Dnsmasq::EndStrays() const
    for (bool more = true; more;) {
       more = false;
       for (auto const& facts : FindProcesses(GetArguments())) {
-         more = (IsOurs(facts) && End(facts)) || more;
+         // Not knowing isn't enough: it may be a container's.
+         bool const known = facts.sameNetwork.has_value();
+         more = (known && IsOurs(facts) && End(facts)) || more;
       }
       ended = ended || more;
    }

@@ -4,6 +4,7 @@
 #include "support/netlab/dhcpClient.hh"
 #include "support/netlab/lab.hh"
 #include "support/netlab/udp.hh"
+#include "support/trace/tracedRun.hh"
 #include "vnet/process/serviceUser.hh"
 #include "vnet/process/smallFile.hh"
 #include "vnet/values/error.hh"
@@ -339,6 +340,42 @@ TEST_F(DnsmasqTest, StoppingEndsOneThatNobodyWroteDown)
    dnsmasq.Stop();
    EXPECT_TRUE(ListRunning().empty());
    EXPECT_FALSE(fs::exists(folder));
+}
+
+// A look at another container's, with the same files in its own place, that fails.
+TEST_F(DnsmasqTest, OneWhoseNetworkCannotBeToldIsLeftAlone)
+{
+   if (!test::GetTraceProblem().empty()) {
+      GTEST_SKIP() << test::GetTraceProblem();
+   }
+   netlab::Namespace const container;
+   container.Command("ip link add tvnet8 type bridge");
+   container.AddAddress("tvnet8", "192.168.8.254/24");
+   pid_t const theirs = container.Run([&] {
+      dnsmasq.Apply(texts);
+      return GetOnlyPid();
+   });
+   auto const innocent = FindProcess(theirs);
+   ASSERT_TRUE(innocent);
+   // What is left looks like a start of ours that was cut short.
+   fs::remove(std::string(folder) + "/dnsmasq.process");
+   auto const end = [&] { dnsmasq.Stop(); };
+   auto const look = [&](std::optional<test::Fault> const& fault) {
+      MakeFolder(folder);
+      ReplaceFile(GetFiles().configuration, texts.configuration);
+      return test::RunTraced({.work = end}, fault).calls;
+   };
+   int failures = 0;
+   for (auto const& call : look({})) {
+      if (call.object.find("thread-self") != std::string::npos) {
+         look(test::Fault{call.process, call.index, call.number, test::Fault::Kind::Fail, EACCES});
+         ++failures;
+         ASSERT_TRUE(FindProcess(theirs)) << call.ToString();
+      }
+   }
+   EXPECT_GT(failures, 0);
+   ASSERT_TRUE(ProcessHandle::Open(innocent->identity));
+   ProcessHandle::Open(innocent->identity)->Terminate(test::patience);
 }
 
 TEST_F(DnsmasqTest, StoppingLeavesOthersFilesInTheFolder)
