@@ -2,6 +2,7 @@
 #include "lui/dlg.hh"
 
 #include "lui/button.hh"
+#include "lui/help.hh"
 
 #include <gdk/gdkkeysyms.h>
 #include <gtkmm/entry.h>
@@ -163,11 +164,27 @@ bool Dlg::on_key_press_event(GdkEventKey* event)
       return true;
    }
    bool const isPlain = (event->state & gtk_accelerator_get_default_mod_mask()) == 0;
-   if (!self || event->keyval != GDK_KEY_Escape || !isPlain) {
+   if (!self || !isPlain) {
       return false;
    }
-   HandleDiscard();
-   return true;
+   switch (event->keyval) {
+   case GDK_KEY_Escape:
+      HandleDiscard();
+      return true;
+   case GDK_KEY_F1:
+   case GDK_KEY_Help:
+      ShowHelp();
+      return true;
+   default:
+      return false;
+   }
+}
+
+void Dlg::ShowHelp()
+{
+   if (!helpTopic.empty()) {
+      Utils::OpenHelp(GetDlgMgr(), helpTopic);
+   }
 }
 
 void Dlg::HandleDiscard()

@@ -13,9 +13,9 @@
 namespace lui {
 
 // Escape and the window's close control give the dismiss choice. Enter gives the default choice,
-// also in an entry; a focused button goes first. A reply button takes the focus before it answers,
-// so that an entry's focus handlers have run by then. When the window goes, the focus returns to
-// the window below.
+// also in an entry; a focused button goes first. F1 opens the window's help. A reply button takes
+// the focus before it answers, so that an entry's focus handlers have run by then. When the window
+// goes, the focus returns to the window below.
 class Dlg : public ManageableDlg, public Gtk::Window {
 public:
    Dlg();
@@ -33,6 +33,11 @@ public:
    virtual void HandleDiscard();
 
    Gtk::Window& GetWindow() override { return *this; }
+
+   // The window's topic of the help; none at first.
+   void SetHelpTopic(Glib::ustring const& topic) { helpTopic = topic; }
+   // Opens the page of the window's topic over it. Nothing happens without a topic.
+   virtual void ShowHelp();
 
    // Puts the widget above the buttons, with border pixels around it, in place of an earlier one.
    // The dialog doesn't own it unless it is Gtk::manage'd.
@@ -65,6 +70,7 @@ private:
    // Where the keyboard was when the window was hidden.
    cui::WeakPtr<Gtk::Widget> focusBefore;
    int dismissChoice = 0;
+   Glib::ustring helpTopic;
 };
 
 } // namespace lui

@@ -6,6 +6,7 @@
 #include "cui/messageDlgs.hh"
 #include "lui/dlgMgr.hh"
 #include "lui/helpDlg.hh"
+#include "lui/helpFiles.hh"
 #include "lui/helpPage.hh"
 
 #include <algorithm>
@@ -21,9 +22,11 @@ namespace {
 
 constexpr char PAGE_TYPE[] = "text/html";
 
-void ShowError(cui::DlgMgr& mgr, utf::string const& text)
+void ShowNoTopic(cui::DlgMgr& mgr, Glib::ustring const& topic)
 {
-   mgr.NewError(text, "", true)->Show();
+   utf::string const text =
+      cui::GetLocalString("@&!*@*@(msg.lui.help.noTopic)There is no help on \"%s\".");
+   mgr.NewError(cui::Format(text.c_str(), topic.c_str()), "", true)->Show();
 }
 
 // A program that only shows any text would show the page's source.
@@ -61,18 +64,12 @@ void OpenHelp(cui::DlgMgr* mgr, Glib::ustring const& topic)
    }
    std::string const file = FindHelpPage(topic);
    if (file.empty()) {
-      ShowError(*mgr, cui::Format(cui::GetLocalString("@&!*@*@(msg.lui.help.noTopic)"
-                                                      "There is no help on \"%s\".")
-                                     .c_str(),
-                                  topic.c_str()));
+      ShowNoTopic(*mgr, topic);
       return;
    }
    HelpPage const page = ReadHelpPage(file);
    if (!page.error.empty()) {
-      ShowError(*mgr, cui::Format(cui::GetLocalString("@&!*@*@(msg.lui.help.unreadable)"
-                                                      "The help page can't be read: %s")
-                                     .c_str(),
-                                  page.error.c_str()));
+      HelpDlg::TellWhy(*mgr, page);
    } else if (!OpenInViewer(*parent, file)) {
       HelpDlg::Open(*parent, file, page);
    }

@@ -1,95 +1,137 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "lui/helpDlg.hh"
 
+#include "cui/format.hh"
 #include "cui/localString.hh"
+#include "cui/messageDlgs.hh"
+#include "lui/button.hh"
+#include "lui/helpFiles.hh"
 
-#include <algorithm>
-#include <array>
-#include <atkmm/object.h>
+#include <gdk/gdkkeysyms.h>
 
 namespace lui {
 
 namespace {
 
 constexpr unsigned int BORDER = 12;
-constexpr int MARGIN = 12;
-constexpr int INDENT = 24;
-constexpr int PARAGRAPH_SPACING = 6;
 
-struct Look {
-   char const* tag;
-   char const* bullet;
-   double scale;
-   bool isBold;
-   int margin;
-};
+enum Choice { BACK = 0, CONTENTS = 1, CLOSE_BUTTON = 2 };
 
-// In the order of HelpPage::Style.
-constexpr std::array<Look, 6> LOOKS = {{
-   {"paragraph", "", 1.0, false, 0},
-   {"title", "", 1.5, true, 0},
-   {"heading", "", 1.2, true, 0},
-   {"item", "\u2022 ", 1.0, false, INDENT},
-   {"term", "", 1.0, true, 0},
-   {"definition", "", 1.0, false, INDENT},
-}};
+// Back and Contents stand at the row's start.
+constexpr int AT_START = 2;
+
+std::vector<Gtk::Button*> MakeButtons()
+{
+   return {
+      Gtk::manage(new Button(cui::GetLocalString("@&!*@*@(button.lui.help.back)_Back"))),
+      Gtk::manage(new Button(cui::GetLocalString("@&!*@*@(button.lui.help.contents)_Contents"))),
+      Gtk::manage(new Button(cui::GetLocalString("@&!*@*@(button.lui.dialog.close)Close")))};
+}
 
 } // namespace
 
-HelpDlg::HelpDlg(HelpPage const& page)
+HelpDlg::HelpDlg(std::string const& newFile, HelpPage const& page)
 {
-   set_title(page.title);
-   view.set_editable(false);
-   view.set_wrap_mode(Gtk::WRAP_WORD);
-   view.set_left_margin(MARGIN);
-   view.set_right_margin(MARGIN);
-   view.set_top_margin(MARGIN);
-   view.set_bottom_margin(MARGIN);
-   view.get_accessible()->set_name(page.title);
-   AddTags();
-   for (HelpPage::Block const& block : page.blocks) {
-      AddBlock(block);
-   }
-   view.get_buffer()->place_cursor(view.get_buffer()->begin());
    scroller.set_policy(Gtk::POLICY_NEVER, Gtk::POLICY_AUTOMATIC);
    scroller.set_shadow_type(Gtk::SHADOW_IN);
-   scroller.add(view);
-   view.show();
+   scroller.set_can_focus(false);
+   for (HelpView& view : views) {
+      view.show();
+      view.linkFollowed.connect(sigc::mem_fun(*this, &HelpDlg::OnLinkFollowed));
+   }
    SetContent(scroller, BORDER);
-   SetButtons({cui::GetLocalString("@&!*@*@(button.lui.dialog.close)Close")}, 0, 0);
-   replied.connect([] { return CLOSE; });
+   PlaceButtons(MakeButtons(), CLOSE_BUTTON, CLOSE_BUTTON, AT_START);
+   SetResponseSensitive(BACK, false);
+   replied.connect(sigc::mem_fun(*this, &HelpDlg::OnReplied));
+   ShowPage(newFile, page);
 }
 
 void HelpDlg::SetDefaultSize()
 {
-   set_default_size(560, 520);
+   set_default_size(640, 600);
 }
 
-void HelpDlg::AddTags()
+void HelpDlg::ShowHelp()
 {
-   for (Look const& look : LOOKS) {
-      auto const tag = view.get_buffer()->create_tag(look.tag);
-      tag->property_scale() = look.scale;
-      tag->property_weight() = look.isBold ? Pango::WEIGHT_BOLD : Pango::WEIGHT_NORMAL;
-      tag->property_left_margin() = MARGIN + look.margin;
-      tag->property_pixels_below_lines() = PARAGRAPH_SPACING;
-   }
-   view.get_buffer()->create_tag("strong")->property_weight() = Pango::WEIGHT_BOLD;
+   GoTo(FindHelpContents(file));
 }
 
-void HelpDlg::AddBlock(HelpPage::Block const& block)
+bool HelpDlg::on_key_press_event(GdkEventKey* event)
 {
-   auto const buffer = view.get_buffer();
-   Look const& look = LOOKS.at(block.style);
-   buffer->insert_with_tag(buffer->end(), look.bullet, look.tag);
-   for (HelpPage::Run const& run : block.runs) {
-      std::vector<Glib::ustring> tags = {look.tag};
-      if (run.isStrong) {
-         tags.push_back("strong");
-      }
-      buffer->insert_with_tags_by_name(buffer->end(), run.text, tags);
+   if (event->keyval == GDK_KEY_Left &&
+       (event->state & gtk_accelerator_get_default_mod_mask()) == GDK_MOD1_MASK) {
+      GoBack();
+      return true;
    }
-   buffer->insert_with_tag(buffer->end(), "\n", look.tag);
+   return DlgChoice::on_key_press_event(event);
+}
+
+cui::Dlg::RepliedAction HelpDlg::OnReplied()
+{
+   switch (GetChoice()) {
+   case BACK:
+      GoBack();
+      return KEEP_OPEN;
+   case CONTENTS:
+      ShowHelp();
+      return KEEP_OPEN;
+   default:
+      return CLOSE;
+   }
+}
+
+void HelpDlg::OnLinkFollowed(std::string const& target)
+{
+   GoTo(FindLinkedPage(file, target));
+}
+
+void HelpDlg::GoTo(std::string const& newFile)
+{
+   GetView().grab_focus();
+   Place const left = {file, GetView().GetPlace()};
+   if (newFile != file && ShowFile(newFile)) {
+      history.push_back(left);
+      SetResponseSensitive(BACK, true);
+   }
+}
+
+void HelpDlg::GoBack()
+{
+   // A button that goes insensitive would lose the keyboard.
+   GetView().grab_focus();
+   if (history.empty()) {
+      return;
+   }
+   Place const last = history.back();
+   history.pop_back();
+   SetResponseSensitive(BACK, !history.empty());
+   if (ShowFile(last.file)) {
+      GetView().SetPlace(last.cursor);
+   }
+}
+
+bool HelpDlg::ShowFile(std::string const& newFile)
+{
+   HelpPage const page = ReadHelpPage(newFile);
+   if (!page.error.empty()) {
+      TellWhy(*this, page);
+      return false;
+   }
+   ShowPage(newFile, page);
+   return true;
+}
+
+void HelpDlg::ShowPage(std::string const& newFile, HelpPage const& page)
+{
+   file = newFile;
+   // Unlike the window that the page is about.
+   set_title(cui::Format(cui::GetLocalString("@&!*@*@(msg.lui.help.title)Help: %s").c_str(),
+                         page.title.c_str()));
+   scroller.remove();
+   shown = 1 - shown;
+   GetView().ShowPage(page);
+   scroller.add(GetView());
+   GetView().grab_focus();
 }
 
 void HelpDlg::Open(DlgMgr& mgr, std::string const& file, HelpPage const& page)
@@ -101,9 +143,14 @@ void HelpDlg::Open(DlgMgr& mgr, std::string const& file, HelpPage const& page)
          return;
       }
    }
-   auto* const help = new HelpDlg(page);
-   help->file = file;
-   mgr.AddManagedDlg(help);
+   mgr.AddManagedDlg(new HelpDlg(file, page));
+}
+
+void HelpDlg::TellWhy(cui::DlgMgr& mgr, HelpPage const& page)
+{
+   utf::string const text =
+      cui::GetLocalString("@&!*@*@(msg.lui.help.unreadable)The help page can't be read: %s");
+   mgr.NewError(cui::Format(text.c_str(), page.error.c_str()), "", true)->Show();
 }
 
 } // namespace lui

@@ -1,41 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "lui/helpPage.hh"
 
-#include "lui/installation.hh"
-
 #include <array>
 #include <cstring>
-#include <filesystem>
 #include <glib.h>
 #include <memory>
 #include <optional>
-#include <system_error>
+#include <string_view>
 
 namespace lui {
 
 namespace {
-
-struct Topic {
-   char const* name;
-   char const* file;
-};
-
-constexpr std::array<Topic, 4> TOPICS = {{
-   {"IDH_TVNET_LIN_MAIN", "main.html"},
-   {"IDH_TVNET_LIN_AUTOBRIDGE", "autobridge.html"},
-   {"IDH_TVNET_MAPPORT", "mapport.html"},
-   {"IDH_TVNET_NAT", "nat.html"},
-}};
-
-// A build tree keeps its pages beside its libraries, as it does with its catalogues.
-std::filesystem::path FindPages()
-{
-   std::error_code error;
-   std::filesystem::path const tree =
-      std::filesystem::path(Utils::GetLibDir().c_str()).parent_path();
-   bool const isBuildTree = std::filesystem::exists(tree / "CMakeCache.txt", error);
-   return isBuildTree ? tree / "help" : std::filesystem::path(INSTALLED_HELP_DIR);
-}
 
 struct Element {
    char const* name;
@@ -53,7 +28,7 @@ constexpr std::array<Element, 6> BLOCKS = {{
 
 // These only hold others.
 constexpr std::array<char const*, 8> HOLDERS = {"html", "head", "body", "ul",
-                                                "ol",   "dl",   "meta", "style"};
+                                                "ol",   "dl",   "meta", "link"};
 
 std::optional<HelpPage::Style> FindBlock(char const* name)
 {
@@ -65,9 +40,26 @@ std::optional<HelpPage::Style> FindBlock(char const* name)
    return std::nullopt;
 }
 
-bool IsStrong(char const* name)
+struct Inline {
+   char const* name;
+   HelpPage::Look look;
+};
+
+constexpr std::array<Inline, 4> INLINES = {{
+   {"strong", HelpPage::STRONG},
+   {"kbd", HelpPage::STRONG},
+   {"code", HelpPage::CODE},
+   {"a", HelpPage::LINK},
+}};
+
+std::optional<HelpPage::Look> FindInline(char const* name)
 {
-   return std::strcmp(name, "strong") == 0 || std::strcmp(name, "kbd") == 0;
+   for (Inline const& element : INLINES) {
+      if (std::strcmp(name, element.name) == 0) {
+         return element.look;
+      }
+   }
+   return std::nullopt;
 }
 
 bool IsHolder(char const* name)
@@ -80,23 +72,67 @@ bool IsHolder(char const* name)
    return std::strcmp(name, "title") == 0;
 }
 
+// A page in the same folder, and nothing else that a file might lead to.
+bool IsPageName(std::string_view name)
+{
+   constexpr std::string_view END = ".html";
+   return name.size() > END.size() && name.substr(name.size() - END.size()) == END &&
+          name.find_first_not_of("abcdefghijklmnopqrstuvwxyz-") == name.size() - END.size();
+}
+
 struct Reader {
    HelpPage page;
    bool isInBlock = false;
-   bool isStrong = false;
+   bool isInline = false;
+   // Of the next item; 0 in a list without numbers.
+   int number = 0;
+   HelpPage::Look look = HelpPage::PLAIN;
+   std::string target;
 };
 
-void OnStart(GMarkupParseContext*, char const* name, char const**, char const**, gpointer data,
-             GError** error)
+std::string FindAttribute(char const** names, char const** values, char const* wanted)
+{
+   for (; *names; ++names, ++values) {
+      if (std::strcmp(*names, wanted) == 0) {
+         return *values;
+      }
+   }
+   return "";
+}
+
+void StartBlock(Reader& reader, HelpPage::Style style)
+{
+   bool const isNumbered = style == HelpPage::ITEM && reader.number > 0;
+   reader.page.blocks.push_back({style, isNumbered ? reader.number++ : 0, {}});
+   reader.isInBlock = true;
+}
+
+void StartHolder(Reader& reader, char const* name)
+{
+   if (std::strcmp(name, "ol") == 0) {
+      reader.number = 1;
+   } else if (std::strcmp(name, "ul") == 0) {
+      reader.number = 0;
+   }
+}
+
+void OnStart(GMarkupParseContext*, char const* name, char const** attributes, char const** values,
+             gpointer data, GError** error)
 {
    Reader& reader = *static_cast<Reader*>(data);
-   std::optional<HelpPage::Style> const style = FindBlock(name);
+   auto const style = FindBlock(name);
+   auto const look = FindInline(name);
+   std::string const target = FindAttribute(attributes, values, "href");
    if (style && !reader.isInBlock) {
-      reader.page.blocks.push_back({*style, {}});
-      reader.isInBlock = true;
-   } else if (IsStrong(name) && reader.isInBlock) {
-      reader.isStrong = true;
-   } else if (!IsHolder(name) || reader.isInBlock) {
+      StartBlock(reader, *style);
+   } else if (look && reader.isInBlock && !reader.isInline &&
+              (*look != HelpPage::LINK || IsPageName(target))) {
+      reader.look = *look;
+      reader.target = target;
+      reader.isInline = true;
+   } else if (IsHolder(name) && !reader.isInBlock) {
+      StartHolder(reader, name);
+   } else {
       g_set_error(error, G_MARKUP_ERROR, G_MARKUP_ERROR_UNKNOWN_ELEMENT, "<%s>", name);
    }
 }
@@ -106,8 +142,10 @@ void OnEnd(GMarkupParseContext*, char const* name, gpointer data, GError**)
    Reader& reader = *static_cast<Reader*>(data);
    if (FindBlock(name)) {
       reader.isInBlock = false;
-   } else if (IsStrong(name)) {
-      reader.isStrong = false;
+   } else if (FindInline(name)) {
+      reader.look = HelpPage::PLAIN;
+      reader.target.clear();
+      reader.isInline = false;
    }
 }
 
@@ -129,8 +167,11 @@ utf::string Flatten(char const* text, gsize size)
 void OnText(GMarkupParseContext* context, char const* text, gsize size, gpointer data, GError**)
 {
    Reader& reader = *static_cast<Reader*>(data);
+   if (size == 0) {
+      return;
+   }
    if (reader.isInBlock) {
-      reader.page.blocks.back().runs.push_back({Flatten(text, size), reader.isStrong});
+      reader.page.blocks.back().runs.push_back({Flatten(text, size), reader.look, reader.target});
       return;
    }
    char const* const element = g_markup_parse_context_get_element(context);
@@ -156,25 +197,6 @@ HelpPage Parse(char const* text, gsize size)
 }
 
 } // namespace
-
-std::string FindHelpPage(utf::string const& topic)
-{
-   for (Topic const& known : TOPICS) {
-      if (topic != known.name) {
-         continue;
-      }
-      // Ends with C, the language of the pages that always exist.
-      for (char const* const* language = g_get_language_names(); *language; ++language) {
-         std::filesystem::path const file = FindPages() / *language / known.file;
-         std::error_code error;
-         if (std::filesystem::exists(file, error)) {
-            return file;
-         }
-      }
-      return FindPages() / "C" / known.file;
-   }
-   return "";
-}
 
 HelpPage ReadHelpPage(std::string const& file)
 {

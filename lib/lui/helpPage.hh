@@ -13,13 +13,19 @@ namespace lui {
 struct HelpPage {
    enum Style { PARAGRAPH, TITLE, HEADING, ITEM, TERM, DEFINITION };
 
+   enum Look { PLAIN, STRONG, CODE, LINK };
+
    struct Run {
       utf::string text;
-      bool isStrong = false;
+      Look look = PLAIN;
+      // Of a link: the name of a page in the same folder.
+      std::string target;
    };
 
    struct Block {
       Style style;
+      // Of an item in a numbered list, from 1; otherwise 0.
+      int number = 0;
       std::vector<Run> runs;
    };
 
@@ -29,11 +35,8 @@ struct HelpPage {
    utf::string error;
 };
 
-// The file of a topic's page, in the user's language if there is one; "" if the topic isn't known.
-// The file needn't exist.
-std::string FindHelpPage(utf::string const& topic);
-
-// Reads title, h1, h2, p, li, dt, dd, and strong or kbd within them. Other elements are an error.
+// Reads title, h1, h2, p, li, dt and dd, and within them strong, kbd, code, and links to pages in
+// the same folder. Other elements are an error.
 HelpPage ReadHelpPage(std::string const& file);
 
 } // namespace lui

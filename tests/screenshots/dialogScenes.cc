@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "lui/helpDlg.hh"
+#include "lui/helpFiles.hh"
 #include "screenshots/models.hh"
 #include "screenshots/scenes.hh"
 #include "support/gtk/find.hh"

@@ -35,6 +35,8 @@ AddNetworkDlg::AddNetworkDlg(common::Editable* editable) : editable(editable), n
               CANCEL, ADD);
    replied.connect(sigc::mem_fun(*this, &AddNetworkDlg::OnReplied));
    numberSpin.grab_focus();
+   // The types and the numbers are told with the main window.
+   SetHelpTopic("IDH_TVNET_LIN_MAIN");
 }
 
 AddNetworkDlg::~AddNetworkDlg() = default;

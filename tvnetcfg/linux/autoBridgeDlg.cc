@@ -5,7 +5,6 @@
 #include "cui/format.hh"
 #include "cui/localString.hh"
 #include "cui/messageDlgs.hh"
-#include "lui/help.hh"
 #include "tvnetcfg/common/bridge.hh"
 #include "tvnetcfg/common/editable.hh"
 #include "tvnetcfg/linux/dlgParts.hh"
@@ -53,6 +52,7 @@ AutoBridgeDlg::AutoBridgeDlg(common::Editable* editable)
    SetButtons({cui::GetLocalString("@&!*@*@(button.netcfg.linux.autoBridge.close)Close"),
                cui::GetLocalString("@&!*@*@(button.netcfg.linux.autoBridge.help)Help")},
               CLOSE_BUTTON, CLOSE_BUTTON);
+   SetHelpTopic("IDH_TVNET_LIN_AUTOBRIDGE");
    replied.connect(sigc::mem_fun(*this, &AutoBridgeDlg::OnReplied));
    editable->adaptersChanged.connect(sigc::mem_fun(*this, &AutoBridgeDlg::UpdateAdapterList));
    if (bridge) {
@@ -225,7 +225,7 @@ cui::Dlg::RepliedAction AutoBridgeDlg::OnReplied()
    case CLOSE_BUTTON:
       return ValidateSelection();
    case HELP_BUTTON:
-      lui::Utils::OpenHelp(GetDlgMgr(), "IDH_TVNET_LIN_AUTOBRIDGE");
+      ShowHelp();
       return KEEP_OPEN;
    }
    NOT_IMPLEMENTED_AT("tvnetcfg/linux/autoBridgeDlg", 330);

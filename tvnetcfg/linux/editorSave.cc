@@ -2,7 +2,6 @@
 // The reply buttons of the main window.
 #include "base/panic.h"
 #include "lui/channel.hh"
-#include "lui/help.hh"
 #include "tvnetcfg/common/editable.hh"
 #include "tvnetcfg/linux/addNetworkDlg.hh"
 #include "tvnetcfg/linux/autoBridgeDlg.hh"
@@ -30,7 +29,7 @@ cui::Dlg::RepliedAction Editor::OnReplied()
       Quit();
       return CLOSE;
    case HELP:
-      lui::Utils::OpenHelp(GetDlgMgr(), "IDH_TVNET_LIN_MAIN");
+      ShowHelp();
       return KEEP_OPEN;
    default:
       NOT_IMPLEMENTED_AT("tvnetcfg/linux/editor", __LINE__);

@@ -57,6 +57,7 @@ void Editor::ConstructUI()
 {
    SetDefaultSize();
    set_title(cui::GetLocalString("@&!*@*@(msg.netcfg.linux.dialog.title)Tavrin Network Editor"));
+   SetHelpTopic("IDH_TVNET_LIN_MAIN");
    gtk_window_set_default_icon_name("tavrin-netcfg");
    SetContent(BuildContent(), BORDER);
    SetButtons({cui::GetLocalString("@&!*@*@(msg.netcfg.linux.dialog.save)Save"),

@@ -3,7 +3,6 @@
 
 #include "base/panic.h"
 #include "cui/localString.hh"
-#include "lui/help.hh"
 #include "lui/toggleButtons.hh"
 #include "tvnetcfg/linux/dlgParts.hh"
 
@@ -52,6 +51,7 @@ MapPortDlg::MapPortDlg(std::vector<common::NAT::PortForwardEntry>* entries, int 
                cui::GetLocalString("@&!*@*@(msg.netcfg.linux.dialog.cancel)Cancel"),
                cui::GetLocalString("@&!*@*@(button.netcfg.linux.mapPortDlg.help)Help")},
               CANCEL, SAVE);
+   SetHelpTopic("IDH_TVNET_MAPPORT");
    replied.connect(sigc::mem_fun(*this, &MapPortDlg::OnReplied));
    hostPortSpin.grab_focus();
    if (index != -1) {
@@ -163,7 +163,7 @@ cui::Dlg::RepliedAction MapPortDlg::OnReplied()
    case CANCEL:
       return CLOSE;
    case HELP:
-      lui::Utils::OpenHelp(GetDlgMgr(), "IDH_TVNET_MAPPORT");
+      ShowHelp();
       return KEEP_OPEN;
    }
    NOT_IMPLEMENTED_AT("tvnetcfg/linux/mapPortDlg", 302);

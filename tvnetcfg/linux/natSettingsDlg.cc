@@ -3,7 +3,6 @@
 
 #include "base/panic.h"
 #include "cui/localString.hh"
-#include "lui/help.hh"
 #include "tvnetcfg/common/network.hh"
 #include "tvnetcfg/linux/mapPortDlg.hh"
 
@@ -58,6 +57,7 @@ NatSettingsDlg::NatSettingsDlg(common::NAT* nat)
                cui::GetLocalString("@&!*@*@(button.netcfg.linux.natSettings.cancel)Cancel"),
                cui::GetLocalString("@&!*@*@(button.netcfg.linux.natSettings.help)Help")},
               CANCEL, SAVE);
+   SetHelpTopic("IDH_TVNET_NAT");
    enableIPv6Check.signal_toggled().connect(
       sigc::mem_fun(*this, &NatSettingsDlg::OnEnableIPv6Changed));
    prefixEntry.signal_focus_out_event().connect(
@@ -174,7 +174,7 @@ cui::Dlg::RepliedAction NatSettingsDlg::OnReplied()
    case CANCEL:
       return CLOSE;
    case HELP:
-      lui::Utils::OpenHelp(GetDlgMgr(), "IDH_TVNET_NAT");
+      ShowHelp();
       return KEEP_OPEN;
    }
    NOT_IMPLEMENTED_AT("tvnetcfg/linux/natSettingsDlg", 844);

@@ -3,14 +3,18 @@
 
 #include "cui/dlgMgr.hh"
 #include "lib/lui/mainDlgTest.hh"
+#include "lui/helpDlg.hh"
+#include "lui/helpFiles.hh"
 #include "lui/helpPage.hh"
 #include "support/gtk/find.hh"
 #include "support/testProcess.hh"
 
+#include <clocale>
 #include <filesystem>
 #include <fstream>
 #include <gdk/gdkkeysyms.h>
 #include <gmock/gmock.h>
+#include <gtkmm/button.h>
 #include <gtkmm/label.h>
 #include <gtkmm/textview.h>
 #include <set>
@@ -18,6 +22,7 @@
 
 using lui::Utils::OpenHelp;
 using test::gtk::FindAll;
+using test::gtk::FindButton;
 using test::gtk::FindWindow;
 using test::gtk::PressKey;
 using test::gtk::WaitUntil;
@@ -41,6 +46,15 @@ std::string GetText(HelpPage const& page)
    }
    return text;
 }
+
+// While it lives, the program is asked for these languages.
+class Languages {
+public:
+   explicit Languages(char const* list) { setenv("LANGUAGE", list, 1); }
+   Languages(Languages const&) = delete;
+   Languages& operator=(Languages const&) = delete;
+   ~Languages() { unsetenv("LANGUAGE"); }
+};
 
 class HelpTest : public MainDlgTest {
 protected:
@@ -69,6 +83,39 @@ protected:
       return text;
    }
 
+   // A window of the help, with the keyboard.
+   static Gtk::Window& Await(std::string const& title)
+   {
+      EXPECT_TRUE(WaitUntil([&title] { return FindWindow(title) != nullptr; })) << title;
+      Gtk::Window* const window = FindWindow(title);
+      if (!window) {
+         throw std::runtime_error("no such window");
+      }
+      EXPECT_TRUE(test::gtk::WaitUntilActive(*window));
+      test::gtk::WaitForLayout(*window);
+      return *window;
+   }
+
+   static Gtk::TextView& GetView(Gtk::Window& window)
+   {
+      return *FindAll<Gtk::TextView>(window).at(0);
+   }
+
+   static std::string GetSelection(Gtk::Window& window)
+   {
+      Gtk::TextIter begin;
+      Gtk::TextIter end;
+      auto const buffer = GetView(window).get_buffer();
+      return buffer->get_selection_bounds(begin, end) ? buffer->get_text(begin, end).raw() : "";
+   }
+
+   // A page with a link that leads nowhere.
+   std::string WriteLonelyPage()
+   {
+      return desktop.Write("lonely.html", "<html><head><title>Lonely</title></head><body><p>"
+                                          "<a href=\"nowhere.html\">On</a></p></body></html>");
+   }
+
    static inline test::TempDir const desktop;
 };
 
@@ -89,8 +136,8 @@ TEST_F(HelpTest, EveryTopicHasAPageOfItsOwnWithATitle)
 TEST_F(HelpTest, WithoutAViewerThePageOpensInAWindowOfOurs)
 {
    OpenHelp(&main, "IDH_TVNET_NAT");
-   ASSERT_TRUE(WaitUntil([] { return FindWindow("NAT Settings") != nullptr; }));
-   Gtk::Window& window = *FindWindow("NAT Settings");
+   ASSERT_TRUE(WaitUntil([] { return FindWindow("Help: NAT Settings") != nullptr; }));
+   Gtk::Window& window = *FindWindow("Help: NAT Settings");
    std::string const text = FindAll<Gtk::TextView>(window).at(0)->get_buffer()->get_text();
 
    EXPECT_THAT(text, HasSubstr("UDP timeout (in seconds)\n"));
@@ -98,7 +145,7 @@ TEST_F(HelpTest, WithoutAViewerThePageOpensInAWindowOfOurs)
    EXPECT_FALSE(window.get_modal());
    ASSERT_TRUE(test::gtk::WaitUntilActive(window));
    PressKey(window, GDK_KEY_Escape);
-   EXPECT_EQ(nullptr, FindWindow("NAT Settings"));
+   EXPECT_EQ(nullptr, FindWindow("Help: NAT Settings"));
 }
 
 TEST_F(HelpTest, APageThatIsOpenComesToTheFront)
@@ -106,9 +153,9 @@ TEST_F(HelpTest, APageThatIsOpenComesToTheFront)
    OpenHelp(&main, "IDH_TVNET_NAT");
    OpenHelp(&main, "IDH_TVNET_LIN_MAIN");
    OpenHelp(&main, "IDH_TVNET_NAT");
-   ASSERT_TRUE(WaitUntil([] { return FindWindow("NAT Settings") != nullptr; }));
+   ASSERT_TRUE(WaitUntil([] { return FindWindow("Help: NAT Settings") != nullptr; }));
 
-   EXPECT_TRUE(test::gtk::WaitUntilActive(*FindWindow("NAT Settings")));
+   EXPECT_TRUE(test::gtk::WaitUntilActive(*FindWindow("Help: NAT Settings")));
    EXPECT_EQ(2u, main.GetDlgs().size());
 }
 
@@ -124,7 +171,7 @@ TEST_F(HelpTest, WithoutAManagerNothingHappens)
    OpenHelp(nullptr, "IDH_TVNET_NAT");
    test::gtk::Settle();
 
-   EXPECT_EQ(nullptr, FindWindow("NAT Settings"));
+   EXPECT_EQ(nullptr, FindWindow("Help: NAT Settings"));
 }
 
 TEST_F(HelpTest, AProgramThatShowsAnyTextIsNoViewer)
@@ -135,7 +182,151 @@ TEST_F(HelpTest, AProgramThatShowsAnyTextIsNoViewer)
    desktop.Write("data/applications/mimeinfo.cache", "[MIME Cache]\ntext/plain=editor.desktop;\n");
    OpenHelp(&main, "IDH_TVNET_NAT");
 
-   EXPECT_TRUE(WaitUntil([] { return FindWindow("NAT Settings") != nullptr; }));
+   EXPECT_TRUE(WaitUntil([] { return FindWindow("Help: NAT Settings") != nullptr; }));
+}
+
+TEST_F(HelpTest, ALinkIsFollowedByAClick)
+{
+   OpenHelp(&main, "IDH_TVNET_LIN_MAIN");
+   Gtk::Window& window = Await("Help: Tavrin Network Editor");
+   test::gtk::ClickText(GetView(window), "Map Incoming Port");
+
+   EXPECT_TRUE(WaitUntil([&window] { return window.get_title() == "Help: Map Incoming Port"; }));
+   EXPECT_EQ(1u, main.GetDlgs().size());
+   EXPECT_THAT(GetView(window).get_buffer()->get_text().raw(), HasSubstr("Host port"));
+}
+
+TEST_F(HelpTest, AClickBesideALinkFollowsNothing)
+{
+   OpenHelp(&main, "IDH_TVNET_LIN_MAIN");
+   Gtk::Window& window = Await("Help: Tavrin Network Editor");
+   test::gtk::ClickText(GetView(window), "The window shows");
+   test::gtk::Settle();
+
+   EXPECT_EQ("Help: Tavrin Network Editor", window.get_title());
+}
+
+TEST_F(HelpTest, TabGoesFromLinkToLinkAndEnterFollows)
+{
+   OpenHelp(&main, "IDH_TVNET_MAPPORT");
+   Gtk::Window& window = Await("Help: Map Incoming Port");
+   PressKey(window, GDK_KEY_Tab);
+   EXPECT_EQ("Contents", GetSelection(window));
+   PressKey(window, GDK_KEY_Tab);
+   EXPECT_EQ("NAT Settings", GetSelection(window));
+   PressKey(window, GDK_KEY_Tab, GDK_SHIFT_MASK);
+   EXPECT_EQ("Contents", GetSelection(window));
+   PressKey(window, GDK_KEY_Tab);
+   PressKey(window, GDK_KEY_Return);
+
+   EXPECT_EQ("Help: NAT Settings", window.get_title());
+   EXPECT_TRUE(GetView(window).has_focus());
+   EXPECT_EQ("", GetSelection(window));
+}
+
+TEST_F(HelpTest, TabLeavesThePageBehindItsLastLinkAndComesBack)
+{
+   OpenHelp(&main, "IDH_TVNET_NAT");
+   Gtk::Window& window = Await("Help: NAT Settings");
+   int tabs = 0;
+   while (GetView(window).has_focus() && tabs < 20) {
+      PressKey(window, GDK_KEY_Tab);
+      ++tabs;
+   }
+   // Contents, the main window and port forwards.
+   EXPECT_EQ(4, tabs);
+   EXPECT_TRUE(FindButton(window, "Contents")->has_focus());
+   PressKey(window, GDK_KEY_Tab, GDK_SHIFT_MASK);
+   EXPECT_TRUE(GetView(window).has_focus());
+}
+
+TEST_F(HelpTest, BackReturnsToWhereTheReaderWas)
+{
+   OpenHelp(&main, "IDH_TVNET_MAPPORT");
+   Gtk::Window& window = Await("Help: Map Incoming Port");
+   EXPECT_FALSE(FindButton(window, "Back")->is_sensitive());
+   for (unsigned int const key : {GDK_KEY_Tab, GDK_KEY_Tab, GDK_KEY_Return, GDK_KEY_Tab}) {
+      PressKey(window, key);
+   }
+   PressKey(window, GDK_KEY_Return);
+   EXPECT_EQ("Help: Virtual Networks", window.get_title());
+   PressKey(window, GDK_KEY_Left, GDK_MOD1_MASK);
+   EXPECT_EQ("Help: NAT Settings", window.get_title());
+   test::gtk::Click(*FindButton(window, "Back"));
+   EXPECT_TRUE(WaitUntil([&window] { return window.get_title() == "Help: Map Incoming Port"; }));
+   EXPECT_FALSE(FindButton(window, "Back")->is_sensitive());
+   PressKey(window, GDK_KEY_Return);
+
+   // The cursor is in the link that was followed first.
+   EXPECT_EQ("Help: NAT Settings", window.get_title());
+}
+
+TEST_F(HelpTest, ContentsAreAButtonAndAKeyAway)
+{
+   OpenHelp(&main, "IDH_TVNET_NAT");
+   Gtk::Window& window = Await("Help: NAT Settings");
+   PressKey(window, GDK_KEY_F1);
+   EXPECT_EQ("Help: Virtual Networks", window.get_title());
+   PressKey(window, GDK_KEY_Left, GDK_MOD1_MASK);
+   test::gtk::Click(*FindButton(window, "Contents"));
+
+   EXPECT_TRUE(WaitUntil([&] { return window.get_title() == "Help: Virtual Networks"; }));
+   EXPECT_TRUE(GetView(window).has_focus());
+   EXPECT_EQ(1u, main.GetDlgs().size());
+}
+
+TEST_F(HelpTest, ALinkThatLeadsNowhereIsAnErrorAndThePageStays)
+{
+   std::string const file = WriteLonelyPage();
+   HelpDlg::Open(main, file, ReadHelpPage(file));
+   Gtk::Window& window = Await("Help: Lonely");
+   PressKey(window, GDK_KEY_Tab);
+   PressKey(window, GDK_KEY_Return);
+
+   EXPECT_THAT(GetErrorText(), HasSubstr("nowhere.html"));
+   EXPECT_EQ("Help: Lonely", window.get_title());
+   EXPECT_FALSE(FindButton(window, "Back")->is_sensitive());
+}
+
+TEST_F(HelpTest, AScreenReaderReadsAPageAsOneNamedText)
+{
+   OpenHelp(&main, "IDH_TVNET_MAPPORT");
+   Gtk::Window& window = Await("Help: Map Incoming Port");
+
+   EXPECT_EQ("Map Incoming Port", test::gtk::ReadAccessibleName(GetView(window)));
+   EXPECT_EQ("Tab goes to the next link, and Enter follows it.",
+             test::gtk::ReadAccessibleDescription(GetView(window)));
+   PressKey(window, GDK_KEY_Tab);
+   PressKey(window, GDK_KEY_Return);
+   EXPECT_EQ("Virtual Networks", test::gtk::ReadAccessibleName(GetView(window)));
+}
+
+TEST_F(HelpTest, F1OpensAWindowsTopicAndWithoutOneNothing)
+{
+   PressKey(main, GDK_KEY_F1);
+   test::gtk::Settle();
+   EXPECT_TRUE(main.GetDlgs().empty());
+   main.SetHelpTopic("IDH_TVNET_NAT");
+   PressKey(main, GDK_KEY_F1, GDK_CONTROL_MASK);
+   test::gtk::Settle();
+   EXPECT_TRUE(main.GetDlgs().empty());
+   PressKey(main, GDK_KEY_F1);
+
+   EXPECT_TRUE(WaitUntil([] { return FindWindow("Help: NAT Settings") != nullptr; }));
+}
+
+TEST_F(HelpTest, PagesSpeakTheProgramsLanguageAndEnglishElse)
+{
+   using testing::EndsWith;
+   {
+      Languages const languages("xx:yy");
+      EXPECT_THAT(FindHelpPage("IDH_TVNET_NAT"), EndsWith("/help/C/nat.html"));
+   }
+   Languages const languages("de");
+   std::string const before = std::setlocale(LC_MESSAGES, nullptr);
+   std::setlocale(LC_MESSAGES, "C");
+   EXPECT_THAT(FindHelpPage("IDH_TVNET_NAT"), EndsWith("/help/C/nat.html"));
+   std::setlocale(LC_MESSAGES, before.c_str());
 }
 
 // The last of all, since the desktop keeps its viewer.
@@ -163,7 +354,7 @@ TEST_F(HelpTest, ZTheDesktopsViewerGetsThePage)
    ASSERT_TRUE(WaitUntil([&seen] { return std::filesystem::exists(seen); }));
 
    EXPECT_THAT(test::ReadFile(seen), testing::EndsWith("/help/C/mapport.html"));
-   EXPECT_EQ(nullptr, FindWindow("Map Incoming Port"));
+   EXPECT_EQ(nullptr, FindWindow("Help: Map Incoming Port"));
 }
 
 TEST(HelpPageTest, AMissingPageSaysSo)
@@ -188,8 +379,39 @@ TEST(HelpPageTest, ReadsBlocksAndStrongRuns)
    EXPECT_EQ(HelpPage::TITLE, page.blocks[0].style);
    EXPECT_EQ(HelpPage::ITEM, page.blocks[2].style);
    ASSERT_EQ(3u, page.blocks[1].runs.size());
-   EXPECT_TRUE(page.blocks[1].runs[1].isStrong);
-   EXPECT_FALSE(page.blocks[1].runs[2].isStrong);
+   EXPECT_EQ(HelpPage::STRONG, page.blocks[1].runs[1].look);
+   EXPECT_EQ(HelpPage::PLAIN, page.blocks[1].runs[2].look);
+}
+
+TEST(HelpPageTest, ReadsNumbersCodeAndLinks)
+{
+   test::TempDir const scratch;
+   HelpPage const page = ReadHelpPage(
+      scratch.Write("page.html", "<html><ul><li>a</li></ul><ol><li>b</li><li><code>c</code></li>"
+                                 "</ol><ol><li><a href=\"on-it.html\">d</a></li></ol></html>"));
+
+   EXPECT_TRUE(page.error.empty()) << page.error.c_str();
+   ASSERT_EQ(4u, page.blocks.size());
+   std::vector<int> numbers;
+   for (HelpPage::Block const& block : page.blocks) {
+      numbers.push_back(block.number);
+   }
+   EXPECT_THAT(numbers, testing::ElementsAre(0, 1, 2, 1));
+   EXPECT_EQ(HelpPage::CODE, page.blocks[2].runs.at(0).look);
+   EXPECT_EQ(HelpPage::LINK, page.blocks[3].runs.at(0).look);
+   EXPECT_EQ("on-it.html", page.blocks[3].runs.at(0).target);
+   EXPECT_EQ("", page.blocks[2].runs.at(0).target);
+}
+
+TEST(HelpPageTest, ALinkThatLeavesItsFolderIsAnError)
+{
+   test::TempDir const scratch;
+   for (char const* const target :
+        {"", ".html", "../page.html", "/etc/passwd", "http://example.org/page.html", "page.txt",
+         "a/page.html", "page.html#part", "..%2fpage.html"}) {
+      std::string const text = "<html><p><a href=\"" + std::string(target) + "\">x</a></p></html>";
+      EXPECT_FALSE(ReadHelpPage(scratch.Write("page.html", text)).error.empty()) << target;
+   }
 }
 
 TEST(HelpPageTest, WhatIsNoPageIsAnError)
@@ -197,7 +419,9 @@ TEST(HelpPageTest, WhatIsNoPageIsAnError)
    test::TempDir const scratch;
    for (char const* const text :
         {"", "plain", "<html><body><p>open</body></html>", "<html><script>x</script></html>",
-         "<html><p><p>x</p></p></html>", "<html><p>\xff</p></html>"}) {
+         "<html><strong>x</strong></html>", "<html><p><strong><kbd>x</kbd></strong></p></html>",
+         "<html><p><a>x</a></p></html>", "<html><p><p>x</p></p></html>",
+         "<html><p>\xff</p></html>"}) {
       EXPECT_FALSE(ReadHelpPage(scratch.Write("page.html", text)).error.empty()) << text;
    }
 }

@@ -231,4 +231,24 @@ void ClickToggle(Gtk::TreeView& view, int row)
            cell.get_y() + cell.get_height() / 2);
 }
 
+void ClickText(Gtk::TextView& view, std::string const& text)
+{
+   WaitForPlace(view);
+   Gtk::TextIter place;
+   Gtk::TextIter end;
+   bool const isThere =
+      view.get_buffer()->begin().forward_search(text, Gtk::TextSearchFlags(), place, end);
+   ASSERT_TRUE(isThere) << text;
+   view.scroll_to(place);
+   WaitForPlace(view);
+   place.forward_chars(static_cast<int>(text.size() / 2));
+   Gdk::Rectangle area;
+   view.get_iter_location(place, area);
+   int x = 0;
+   int y = 0;
+   view.buffer_to_window_coords(Gtk::TEXT_WINDOW_TEXT, area.get_x() + area.get_width() / 2,
+                                area.get_y() + area.get_height() / 2, x, y);
+   ClickAt(view.get_window(Gtk::TEXT_WINDOW_TEXT), x, y);
+}
+
 } // namespace test::gtk

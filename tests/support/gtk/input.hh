@@ -5,6 +5,7 @@
 
 #include <gdk/gdk.h>
 #include <gdk/gdkkeysyms.h>
+#include <gtkmm/textview.h>
 #include <gtkmm/treeview.h>
 #include <gtkmm/window.h>
 #include <string>
@@ -32,5 +33,7 @@ void Click(Gtk::Widget& widget);
 void ClickCell(Gtk::TreeView& view, int row, int column);
 // On the toggle at the front of a row's first column.
 void ClickToggle(Gtk::TreeView& view, int row);
+// On the first place where a view says this, in its middle.
+void ClickText(Gtk::TextView& view, std::string const& text);
 
 } // namespace test::gtk

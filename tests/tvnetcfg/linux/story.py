@@ -8,6 +8,7 @@ A story runs on a desktop of its own and with an /etc/tavrin of its own:
 """
 import os
 import pathlib
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -32,6 +33,7 @@ BRIDGES = "Automatic Bridging Settings"
 NAT = "NAT Settings"
 PORT = "Map Incoming Port"
 ERROR = "Error"
+CONTENTS = "Virtual Networks"  # of the help
 
 BRIDGED_TYPE = "Bridged (connect VMs directly to the external network)"
 NAT_TYPE = "NAT (share host's IP address with VMs)"
@@ -56,6 +58,9 @@ VIEWER = """#!/bin/sh
 printf '%s' "$1" >"$HOME/part"
 mv "$HOME/part" "$HOME/viewed"
 """
+
+FOCUSABLE_ROLES = desktop.BUTTON_ROLES | desktop.ENTRY_ROLES | {
+    Atspi.Role.SPIN_BUTTON, Atspi.Role.COMBO_BOX, Atspi.Role.TABLE, Atspi.Role.TREE_TABLE}
 
 
 def until(find, what):
@@ -237,6 +242,14 @@ class Story(unittest.TestCase):
         for part in ("state", "tools", "config"):
             (self.folder / part).mkdir()
         self.make_tool("pkexec", ELEVATION_TOOL)
+        # What the environment of the program has besides.
+        self.surroundings = {}
+        self.install_viewer()
+        self.program = None
+        self.editor = Window(EDITOR)
+        self.error = Window(ERROR)
+
+    def install_viewer(self):
         viewer = self.make_tool("viewer", VIEWER)
         applications = self.folder / "data/applications"
         applications.mkdir(parents=True)
@@ -244,9 +257,15 @@ class Story(unittest.TestCase):
             "[Desktop Entry]\nType=Application\nName=Viewer\n"
             f"Exec={viewer} %u\nMimeType=text/html;\n")
         (applications / "mimeinfo.cache").write_text("[MIME Cache]\ntext/html=viewer.desktop;\n")
-        self.program = None
-        self.editor = Window(EDITOR)
-        self.error = Window(ERROR)
+
+    def remove_viewer(self):
+        """Leaves the desktop without any program that shows the help; this machine's don't count."""
+        shutil.rmtree(self.folder / "data/applications")
+        system = self.folder / "system"
+        system.mkdir()
+        for part in ("glib-2.0", "icons", "mime"):
+            (system / part).symlink_to(f"/usr/share/{part}")
+        self.surroundings["XDG_DATA_DIRS"] = str(system)
 
     def make_tool(self, name, script):
         tool = self.folder / "tools" / name
@@ -266,7 +285,8 @@ class Story(unittest.TestCase):
             "XDG_CONFIG_HOME": str(self.folder / "config"),
             "XDG_DATA_HOME": str(self.folder / "data"),
             "HOME": str(self.folder),
-            "PATH": f"{self.folder / 'tools'}:/usr/bin:/bin"})
+            "PATH": f"{self.folder / 'tools'}:/usr/bin:/bin",
+            **self.surroundings})
         with open(self.folder / "output", "wb") as output:
             self.program = subprocess.Popen([str(BUILD / "tavrin-netcfg")], env=environment,
                                             stdout=output, stderr=output)

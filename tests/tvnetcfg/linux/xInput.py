@@ -14,7 +14,7 @@ SUBSTRUCTURE_NOTIFY = 1 << 19
 KEYSYMS = {"space": 0x20, "Tab": 0xff09, "Enter": 0xff0d, "Escape": 0xff1b, "BackSpace": 0xff08,
            "Delete": 0xffff, "Home": 0xff50, "End": 0xff57, "Left": 0xff51, "Up": 0xff52,
            "Right": 0xff53, "Down": 0xff54, "Alt": 0xffe9, "Shift": 0xffe1, "Control": 0xffe3,
-           "F4": 0xffc1}
+           "F1": 0xffbe, "F4": 0xffc1}
 
 
 class ClientMessage(ctypes.Structure):
