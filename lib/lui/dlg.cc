@@ -2,6 +2,7 @@
 #include "lui/dlg.hh"
 
 #include "lui/button.hh"
+#include "lui/entryCursors.hh"
 #include "lui/help.hh"
 
 #include <gdk/gdkkeysyms.h>
@@ -26,6 +27,8 @@ void TellOfLeaving(Gtk::Widget& widget)
    GdkEvent* const event = gdk_event_new(GDK_FOCUS_CHANGE);
    event->focus_change.window = GDK_WINDOW(g_object_ref(widget.get_window()->gobj()));
    event->focus_change.in = FALSE;
+   GdkSeat* const seat = gdk_display_get_default_seat(gtk_widget_get_display(widget.gobj()));
+   gdk_event_set_device(event, gdk_seat_get_keyboard(seat));
    gtk_widget_send_focus_change(widget.gobj(), event);
    gdk_event_free(event);
 }
@@ -73,6 +76,7 @@ void Dlg::SetContent(Gtk::Widget& newContent, unsigned int border)
    SetMargins(buttonRow, 0, static_cast<int>(border));
    mainBox.pack_start(newContent, Gtk::PACK_EXPAND_WIDGET);
    newContent.show();
+   Utils::KeepCursorsAtEnd(newContent);
 }
 
 void Dlg::SetButtons(std::vector<Glib::ustring> const& labels, int dismiss, int defaultChoice)

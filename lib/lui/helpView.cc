@@ -109,39 +109,42 @@ void HelpView::on_style_updated()
    }
 }
 
+// The text comes as a whole: a screen reader that hears of every piece is busy with them for
+// seconds.
 void HelpView::ShowPage(HelpPage const& page)
 {
+   auto const buffer = Gtk::TextBuffer::create(get_buffer()->get_tag_table());
    links.clear();
-   get_buffer()->set_text("");
    for (HelpPage::Block const& block : page.blocks) {
-      AddBlock(block);
+      AddBlock(*buffer.operator->(), block);
    }
+   buffer->place_cursor(buffer->begin());
+   set_buffer(buffer);
    get_accessible()->set_name(page.title);
    SetPlace(0);
 }
 
-void HelpView::AddBlock(HelpPage::Block const& block)
+void HelpView::AddBlock(Gtk::TextBuffer& buffer, HelpPage::Block const& block)
 {
-   auto const buffer = get_buffer();
    Glib::ustring const tag = BLOCK_LOOKS.at(block.style).tag;
-   buffer->insert_with_tag(buffer->end(), GetBullet(block), tag);
+   buffer.insert_with_tag(buffer.end(), GetBullet(block), tag);
    for (HelpPage::Run const& run : block.runs) {
-      AddRun(run, tag);
+      AddRun(buffer, run, tag);
    }
-   buffer->insert_with_tag(buffer->end(), "\n", tag);
+   buffer.insert_with_tag(buffer.end(), "\n", tag);
 }
 
-void HelpView::AddRun(HelpPage::Run const& run, Glib::ustring const& blockTag)
+void HelpView::AddRun(Gtk::TextBuffer& buffer, HelpPage::Run const& run,
+                      Glib::ustring const& blockTag)
 {
-   auto const buffer = get_buffer();
    std::vector<Glib::ustring> tags = {blockTag};
    if (run.look != HelpPage::PLAIN) {
       tags.push_back(RUN_TAGS.at(run.look));
    }
-   int const begin = buffer->get_char_count();
-   buffer->insert_with_tags_by_name(buffer->end(), run.text, tags);
+   int const begin = buffer.get_char_count();
+   buffer.insert_with_tags_by_name(buffer.end(), run.text, tags);
    if (run.look == HelpPage::LINK) {
-      links.push_back({begin, buffer->get_char_count(), run.target});
+      links.push_back({begin, buffer.get_char_count(), run.target});
    }
 }
 

@@ -36,8 +36,8 @@ private:
    };
 
    void AddTags();
-   void AddBlock(HelpPage::Block const& block);
-   void AddRun(HelpPage::Run const& run, Glib::ustring const& blockTag);
+   void AddBlock(Gtk::TextBuffer& buffer, HelpPage::Block const& block);
+   void AddRun(Gtk::TextBuffer& buffer, HelpPage::Run const& run, Glib::ustring const& blockTag);
    Link const* FindLink(int place) const;
    Link const* FindLinkAt(double x, double y);
    bool MoveToLink(bool isForward);

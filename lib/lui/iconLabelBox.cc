@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "lui/iconLabelBox.hh"
 
+#include "lui/relations.hh"
+
+#include <atkmm/object.h>
+#include <glibmm/main.h>
+
 namespace lui {
 
 namespace {
@@ -46,6 +51,38 @@ void IconLabelBox::SetMarkup(Glib::ustring const& markup)
    } else {
       label.set_text(markup);
    }
+}
+
+void IconLabelBox::Describe(Gtk::Widget& widget)
+{
+   Utils::SetDescribedBy(widget, label);
+}
+
+// A text that comes up when the focus moves on is to be heard, so it's told after that: screen
+// readers drop what they say when they hear of another focus. GTK tells of the focus when it is
+// idle.
+void IconLabelBox::Announce()
+{
+   Glib::signal_idle().connect(
+      sigc::bind_return(sigc::mem_fun(*this, &IconLabelBox::TellOfAlert), false),
+      Glib::PRIORITY_LOW);
+}
+
+// An alert from now on, and not since it came up, or it would be told twice.
+void IconLabelBox::TellOfAlert()
+{
+   if (get_mapped()) {
+      get_accessible()->set_role(Atk::ROLE_ALERT);
+      get_accessible()->set_name(label.get_text());
+      get_accessible()->notify_state_change(ATK_STATE_SHOWING, true);
+   }
+}
+
+void IconLabelBox::on_hide()
+{
+   get_accessible()->set_role(Atk::ROLE_FILLER);
+   get_accessible()->set_name("");
+   Gtk::HBox::on_hide();
 }
 
 } // namespace lui

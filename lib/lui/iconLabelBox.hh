@@ -18,8 +18,17 @@ public:
    void SetStockId(Gtk::StockID const& icon);
    // Text that isn't mark-up is shown as it is.
    void SetMarkup(Glib::ustring const& markup);
+   // Tells assistive tools that the text is about this widget.
+   void Describe(Gtk::Widget& widget);
+   // Has screen readers say the text, as they do with an alert.
+   void Announce();
+
+protected:
+   void on_hide() override;
 
 private:
+   void TellOfAlert();
+
    Gtk::Image image;
    Gtk::Label label;
 };

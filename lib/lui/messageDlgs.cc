@@ -109,6 +109,7 @@ MessageDlg::MessageDlg(utf::string const& title, Message const& message, Answers
    Gtk::Image& icon = *Gtk::manage(new Gtk::Image);
    icon.set_from_icon_name(GetIconName(message.level), Gtk::ICON_SIZE_DIALOG);
    icon.set_valign(Gtk::ALIGN_START);
+   icon.get_accessible()->set_name(GetTitle(message.level));
    content.pack_start(icon, Gtk::PACK_SHRINK);
    content.pack_start(texts, Gtk::PACK_EXPAND_WIDGET);
    bool const isAlone = message.second.empty();
@@ -136,6 +137,7 @@ void MessageDlg::AddText(utf::string const& text, Pango::Weight weight)
    }
    Gtk::ScrolledWindow& view = *Gtk::manage(new Gtk::ScrolledWindow);
    view.set_policy(Gtk::POLICY_NEVER, Gtk::POLICY_AUTOMATIC);
+   view.set_can_focus(false);
    view.set_size_request(LONG_TEXT_WIDTH, LONG_TEXT_HEIGHT);
    view.add(label);
    view.show_all();

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <atkmm/object.h>
+#include <atkmm/relation.h>
 #include <gtkmm/label.h>
 #include <pangomm/attributes.h>
 #include <pangomm/attrlist.h>
@@ -35,6 +36,9 @@ Gtk::Label& MakeDescription(Gtk::Widget& button, Glib::ustring const& descriptio
    label.set_attributes(look);
    label.show();
    button.get_accessible()->set_description(description);
+   // From the label's side alone: GTK makes the relations of a radio button anew each time they are
+   // asked for, and stumbles over others than its own.
+   label.get_accessible()->add_relationship(Atk::RELATION_DESCRIPTION_FOR, button.get_accessible());
    return label;
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "lui/warningDialog.hh"
 
+#include "cui/localString.hh"
+
 #include <atkmm/object.h>
 #include <gdkmm/display.h>
 #include <gdkmm/monitor.h>
@@ -35,6 +37,7 @@ void LimitHeight(Gtk::MessageDialog& dialog, Gtk::Label& label)
    Gtk::Box& area = *dialog.get_message_area();
    Gtk::ScrolledWindow& view = *Gtk::manage(new Gtk::ScrolledWindow);
    view.set_policy(Gtk::POLICY_NEVER, Gtk::POLICY_AUTOMATIC);
+   view.set_can_focus(false);
    view.set_propagate_natural_width(true);
    view.set_propagate_natural_height(true);
    view.set_max_content_height(GetLargestTextHeight());
@@ -72,6 +75,7 @@ void RaiseWarningDialog(char const* title, char const* text)
    Gtk::Image& image = *Gtk::manage(new Gtk::Image);
    image.set_from_icon_name(WARNING_ICON, Gtk::ICON_SIZE_DIALOG);
    image.set_valign(Gtk::ALIGN_START);
+   image.get_accessible()->set_name(cui::GetLocalString("@&!*@*@(msg.lui.dialog.warning)Warning"));
    image.show();
    dialog.set_image(image);
    dialog.set_default_response(Gtk::RESPONSE_CLOSE);

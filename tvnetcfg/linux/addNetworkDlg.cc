@@ -3,11 +3,13 @@
 
 #include "base/panic.h"
 #include "cui/localString.hh"
+#include "lui/relations.hh"
 #include "lui/toggleButtons.hh"
 #include "tvnetcfg/common/editable.hh"
 #include "tvnetcfg/linux/dlgParts.hh"
 
 #include <algorithm>
+#include <atkmm/object.h>
 #include <gtkmm/table.h>
 
 namespace netcfg {
@@ -33,10 +35,10 @@ AddNetworkDlg::AddNetworkDlg(common::Editable* editable) : editable(editable), n
    SetButtons({cui::GetLocalString("@&!*@*@(button.netcfg.linux.addNetwork.add)Add"),
                cui::GetLocalString("@&!*@*@(button.netcfg.linux.addNetwork.cancel)Cancel")},
               CANCEL, ADD);
-   replied.connect(sigc::mem_fun(*this, &AddNetworkDlg::OnReplied));
-   numberSpin.grab_focus();
    // The types and the numbers are told with the main window.
    SetHelpTopic("IDH_TVNET_LIN_MAIN");
+   replied.connect(sigc::mem_fun(*this, &AddNetworkDlg::OnReplied));
+   numberSpin.grab_focus();
 }
 
 AddNetworkDlg::~AddNetworkDlg() = default;
@@ -59,7 +61,10 @@ void AddNetworkDlg::ConstructUI()
    Gtk::Label& typeLabel = MakeLabel(type, 1.0F, 0.0F);
    typeLabel.set_margin_top(RADIO_TEXT_OFFSET);
    table.attach(typeLabel, 0, 1, 1, 2, Gtk::FILL, Gtk::FILL);
-   table.attach(BuildTypeList(), 1, 2, 1, 2, Gtk::FILL, Gtk::FILL);
+   Gtk::Widget& types = BuildTypeList();
+   types.get_accessible()->set_role(Atk::ROLE_PANEL);
+   lui::Utils::SetLabelledBy(types, typeLabel);
+   table.attach(types, 1, 2, 1, 2, Gtk::FILL, Gtk::FILL);
    table.show();
    SetContent(table, DIALOG_BORDER);
 }

@@ -89,6 +89,7 @@ void AutoBridgeDlg::ConstructUI()
    Gtk::ScrolledWindow& scroller = *Gtk::manage(new Gtk::ScrolledWindow);
    scroller.set_policy(Gtk::POLICY_AUTOMATIC, Gtk::POLICY_AUTOMATIC);
    scroller.set_shadow_type(Gtk::SHADOW_IN);
+   scroller.set_can_focus(false);
    scroller.set_min_content_height(LEAST_LINES * GetLineHeight(view));
    scroller.add(view);
    box.pack_start(scroller, Gtk::PACK_EXPAND_WIDGET);

@@ -112,6 +112,7 @@ private:
    void AppendAutomaticEntry(common::Network const& network);
    void AppendAdapter(utf::string const& adapter, common::Network const* owner,
                       common::Network const& network);
+   void DescribeChoices();
    void AppendChoice(utf::string const& name, utf::string const& note, bool isEnabled,
                      bool isActive);
    void CloseAutoBridgeDlg();

@@ -128,6 +128,21 @@ void Editor::UpdateHostAdapterCombo()
    for (auto const& [adapter, owner] : editable->GetHostAdapters()) {
       AppendAdapter(adapter, owner, *network);
    }
+   DescribeChoices();
+}
+
+// A menu item calls itself by the first text of its row alone.
+void Editor::DescribeChoices()
+{
+   AtkObject* const menu = gtk_combo_box_get_popup_accessible(bridgeCombo.gobj());
+   int place = 0;
+   for (Gtk::TreeModel::Row const& row : bridgeStore->children()) {
+      Glib::ustring const note = row.get_value(bridgeColumns.note);
+      if (AtkObject* const item = atk_object_ref_accessible_child(menu, place++)) {
+         atk_object_set_description(item, note.c_str());
+         g_object_unref(item);
+      }
+   }
 }
 
 void Editor::AppendAutomaticEntry(Network const& network)

@@ -4,6 +4,7 @@
 #include "cui/format.hh"
 #include "cui/localString.hh"
 #include "lui/iconLabelBox.hh"
+#include "lui/relations.hh"
 #include "lui/toggleButtons.hh"
 #include "tvnetcfg/common/editable.hh"
 #include "tvnetcfg/linux/dlgParts.hh"
@@ -11,7 +12,6 @@
 #include "tvnetcfg/linux/editorTexts.hh"
 
 #include <atkmm/object.h>
-#include <atkmm/relation.h>
 #include <gtkmm/grid.h>
 #include <gtkmm/label.h>
 #include <gtkmm/scrolledwindow.h>
@@ -45,25 +45,19 @@ Gtk::Label& MakeMnemonicLabel(utf::string const& text, Gtk::Widget& target)
    return label;
 }
 
-// For a label without a mnemonic, which names nothing by itself.
-void SetLabelledBy(Gtk::Widget& widget, Gtk::Label& label)
-{
-   widget.get_accessible()->add_relationship(Atk::RELATION_LABELLED_BY, label.get_accessible());
-}
-
 } // namespace
 
 void Editor::ConstructUI()
 {
    SetDefaultSize();
    set_title(cui::GetLocalString("@&!*@*@(msg.netcfg.linux.dialog.title)Tavrin Network Editor"));
-   SetHelpTopic("IDH_TVNET_LIN_MAIN");
    gtk_window_set_default_icon_name("tavrin-netcfg");
    SetContent(BuildContent(), BORDER);
    SetButtons({cui::GetLocalString("@&!*@*@(msg.netcfg.linux.dialog.save)Save"),
                cui::GetLocalString("@&!*@*@(msg.netcfg.linux.dialog.cancel)Cancel"),
                cui::GetLocalString("@&!*@*@(msg.netcfg.linux.dialog.help)Help")},
               1, 0);
+   SetHelpTopic("IDH_TVNET_LIN_MAIN");
 }
 
 Gtk::Widget& Editor::BuildContent()
@@ -81,12 +75,15 @@ Gtk::Widget& Editor::BuildContent()
 Gtk::Widget& Editor::BuildList()
 {
    networkView.set_rules_hint(true);
+   networkView.get_accessible()->set_name(
+      cui::GetLocalString("@&!*@*@(msg.netcfg.linux.netlist.title)Virtual networks"));
    networkStore->set_sort_column(networkColumns.index, Gtk::SORT_ASCENDING);
    AppendColumns();
 
    Gtk::ScrolledWindow& scroller = *Gtk::manage(new Gtk::ScrolledWindow);
    scroller.set_policy(Gtk::POLICY_NEVER, Gtk::POLICY_AUTOMATIC);
    scroller.set_shadow_type(Gtk::SHADOW_IN);
+   scroller.set_can_focus(false);
    scroller.set_size_request(-1, LIST_HEIGHT);
    scroller.set_min_content_height(LEAST_LINES * GetLineHeight(networkView));
    scroller.add(networkView);
@@ -242,6 +239,7 @@ Gtk::Widget& Editor::BuildSubnetGrid(Glib::RefPtr<Gtk::SizeGroup> const& labels)
                           "Leave blank to automatically select an unused subnet IP.")));
    hint.set_margin_top(HINT_SPACING);
    hint.show();
+   hint.Describe(subnetEntry);
    // The grid of the MTU keeps more room between its columns; the entries stand in one line.
    for (Gtk::Widget* const widget : std::initializer_list<Gtk::Widget*>{&addresses, &hint}) {
       widget->set_margin_start(COLUMN_SPACING - SPACING);
@@ -258,7 +256,7 @@ Gtk::Widget& Editor::BuildAddressBox()
    Gtk::HBox& box = *Gtk::manage(new Gtk::HBox(false, SPACING));
    Gtk::Label& label = *Gtk::manage(
       new Gtk::Label(cui::GetLocalString("@&!*@*@(msg.netcfg.linux.dialog.mask)Subnet mask:")));
-   SetLabelledBy(maskEntry, label);
+   lui::Utils::SetLabelledBy(maskEntry, label);
    box.pack_start(subnetEntry, Gtk::PACK_SHRINK);
    box.pack_start(label, Gtk::PACK_SHRINK);
    box.pack_start(maskEntry, Gtk::PACK_SHRINK);

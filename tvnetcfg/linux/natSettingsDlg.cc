@@ -207,11 +207,22 @@ common::NAT::IPv6PrefixError NatSettingsDlg::IPv6PrefixValidation()
    common::NAT::IPv6PrefixError const error = IPv6PrefixValidationPartial();
    utf::string const reason = common::NAT::GetIPv6PrefixErrorMessage(error);
    if (error != common::NAT::PrefixV6Ok) {
-      prefixWarning.SetMarkup(reason);
-      prefixWarning.show();
+      ShowPrefixWarning(reason);
    }
    prefixEntry.get_accessible()->set_description(reason);
    return error;
+}
+
+// Told once, and again when there is something else to tell.
+void NatSettingsDlg::ShowPrefixWarning(utf::string const& reason)
+{
+   bool const isTold = prefixWarning.get_visible() &&
+                       prefixEntry.get_accessible()->get_description() == Glib::ustring(reason);
+   prefixWarning.SetMarkup(reason);
+   prefixWarning.show();
+   if (!isTold) {
+      prefixWarning.Announce();
+   }
 }
 
 void NatSettingsDlg::OnEnableIPv6Changed()

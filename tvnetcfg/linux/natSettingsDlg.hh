@@ -90,6 +90,7 @@ private:
    common::NAT::IPv6PrefixError IPv6PrefixValidationPartial();
    // Tells the reason too.
    common::NAT::IPv6PrefixError IPv6PrefixValidation();
+   void ShowPrefixWarning(utf::string const& reason);
    void OnEnableIPv6Changed();
    bool OnPrefixFocusLost(GdkEventFocus* event);
 

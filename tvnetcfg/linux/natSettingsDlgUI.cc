@@ -2,6 +2,7 @@
 // How the dialog is built, from top to bottom.
 #include "cui/localString.hh"
 #include "lui/checkBox.hh"
+#include "lui/relations.hh"
 #include "lui/toggleButtons.hh"
 #include "tvnetcfg/linux/dlgParts.hh"
 #include "tvnetcfg/linux/natSettingsDlg.hh"
@@ -44,7 +45,9 @@ void AddFact(Gtk::Grid& form, int row, utf::string const& text, Gtk::Label& valu
 {
    value.set_xalign(0.0F);
    value.set_yalign(0.5F);
-   AddRow(form, row, MakeLabel(text, 0.0F, 0.5F), value);
+   Gtk::Label& label = MakeLabel(text, 0.0F, 0.5F);
+   lui::Utils::SetLabelledBy(value, label);
+   AddRow(form, row, label, value);
 }
 
 // What the view itself doesn't know before it is on the screen.
@@ -126,6 +129,7 @@ void NatSettingsDlg::BuildPortForwards()
    Gtk::ScrolledWindow& scroller = *Gtk::manage(new Gtk::ScrolledWindow);
    scroller.set_policy(Gtk::POLICY_AUTOMATIC, Gtk::POLICY_AUTOMATIC);
    scroller.set_shadow_type(Gtk::SHADOW_IN);
+   scroller.set_can_focus(false);
    scroller.set_size_request(TABLE_WIDTH, -1);
    scroller.set_min_content_height(LEAST_TABLE_HEIGHT * GetLineHeight(view) / 2);
    store->set_sort_column(columns.index, Gtk::SORT_ASCENDING);
@@ -240,6 +244,7 @@ void NatSettingsDlg::BuildIPv6(Gtk::Box& box)
    prefixEntry.set_hexpand(true);
    prefixWarning.SetMarkup("\n");
    prefixWarning.SetStockId(Gtk::Stock::DIALOG_WARNING);
+   prefixWarning.Describe(prefixEntry);
    AddRoomForWarnings(form, 1);
    form.attach(prefixWarning, 1, 1, 1, 1);
    check.AddChild(form, nullptr);

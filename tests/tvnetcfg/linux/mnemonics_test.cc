@@ -236,7 +236,7 @@ TEST_P(MnemonicsTest, OnlyTheControlsWithoutAKeyByDesignHaveNone)
       {WindowState::NAT_SETTINGS_IPV6, {"Gateway IP:", "Save", "Cancel", "Help"}},
       {WindowState::MAP_PORT, {"Save", "Cancel", "Help"}},
       {WindowState::FAILURE, {"tvnet8: Invalid MTU value. Must be between 68 and 9194.", "Close"}}};
-   Names names = {"list", "Save", "Cancel", "Help"};
+   Names names = {"Virtual networks", "Save", "Cancel", "Help"};
    if (auto const found = expected.find(GetParam().state); found != expected.end()) {
       names = found->second;
    } else if (Subnet().is_sensitive()) {

@@ -69,6 +69,10 @@ class HelpStory(story.Story):
         self.keys("Escape")
         Window(pages[1]).wait_until_gone()
         self.editor.wait_until_active()
+        self.assertEqual("Virtual networks", self.editor.focused())
+        # A page that is open doesn't keep the window below from ending.
+        self.keys("F1")
+        self.expect_page(pages[0])
         self.cancel()
 
     def expect_page(self, title):

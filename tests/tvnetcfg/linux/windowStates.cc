@@ -114,7 +114,7 @@ std::string WindowStatesTest::Describe(Gtk::Widget& widget)
    if (!description.empty()) {
       return description;
    }
-   return dynamic_cast<Gtk::TreeView*>(&widget) ? "list" : "(nameless)";
+   return "(nameless)";
 }
 
 Gtk::Widget* WindowStatesTest::GetFocus()

@@ -34,12 +34,12 @@ struct StateName {
 };
 
 inline constexpr StateName windowStates[] = {
-   {WindowState::AUTOMATIC, "AutomaticNetwork", "list"},
-   {WindowState::FIXED, "FixedNetwork", "list"},
-   {WindowState::NAT, "NatNetwork", "list"},
-   {WindowState::HOST_ONLY, "HostOnlyNetwork", "list"},
-   {WindowState::ALL_BRIDGED, "AllBridged", "list"},
-   {WindowState::NO_NETWORK, "NoNetwork", "list"},
+   {WindowState::AUTOMATIC, "AutomaticNetwork", "Virtual networks"},
+   {WindowState::FIXED, "FixedNetwork", "Virtual networks"},
+   {WindowState::NAT, "NatNetwork", "Virtual networks"},
+   {WindowState::HOST_ONLY, "HostOnlyNetwork", "Virtual networks"},
+   {WindowState::ALL_BRIDGED, "AllBridged", "Virtual networks"},
+   {WindowState::NO_NETWORK, "NoNetwork", "Virtual networks"},
    {WindowState::ADD_NETWORK, "AddNetwork", "Network name:"},
    {WindowState::AUTO_BRIDGE, "AutomaticBridging",
     "Automatically bridge to one of these host network adapters:"},
