@@ -215,6 +215,19 @@ bool Database::SetAutomatic(std::optional<unsigned int> network)
    return StoreIfDifferent(generalGroup, "automatic", text);
 }
 
+bool Database::AddNetwork(unsigned int index)
+{
+   Lock();
+   auto const group = GetNetworkName(index);
+   if (file.HasGroup(group)) {
+      return false;
+   }
+   // A group needs a key.
+   auto& network = settings.networks[index];
+   Store(group, field::useAdapter.key, Write(network.useAdapter));
+   return true;
+}
+
 bool Database::DeleteNetwork(unsigned int index)
 {
    Lock();

@@ -69,6 +69,8 @@ public:
    // Bridges a host adapter to a network, or to none.
    bool MoveAdapter(std::string const& name, std::optional<unsigned int> network);
    bool SetAutomatic(std::optional<unsigned int> network);
+   // Adds a network with defaults alone, unless it has a group.
+   bool AddNetwork(unsigned int index);
    // Removes a network with its forwards. Adapters that were bridged to it are bridged to none, and
    // if it was the automatic network, there is none.
    bool DeleteNetwork(unsigned int index);
