@@ -154,7 +154,10 @@ void Networks::Tell(std::vector<std::string> const& remarks)
 void Networks::TellObstacles(WantedNetwork const& wanted)
 {
    try {
-      Tell(obstacles.Find(wanted));
+      std::vector<std::string> texts;
+      std::ranges::transform(obstacles.Find(wanted), std::back_inserter(texts),
+                             &Obstacle::ToString);
+      Tell(texts);
    } catch (Error const& error) {
       LogV(LOG_SEVERITY_FAILURE, "%s\n", error.what());
    }
@@ -218,12 +221,13 @@ Report Networks::Look(Settings const& settings, unsigned int index)
    report.state = GetState(present, network.IsForeign(), stopped);
    report.kind = wanted.kind;
    report.subnet = wanted.subnet;
+   report.wantsDnsmasq = wanted.dnsmasq.has_value();
    report.dnsmasqRuns = network.RunsDnsmasq();
    report.adapters = bridging.List(wanted.bridge.name);
    report.plugged = network.ListPlugged();
    report.remarks = ListRemarks(wanted);
    if (report.state == State::Running) {
-      std::ranges::copy(obstacles.Find(now), std::back_inserter(report.remarks));
+      report.obstacles = obstacles.Find(now);
    }
    if (report.state == State::Running || report.state == State::Stopped) {
       report.differences = network.Compare(now);

@@ -110,13 +110,13 @@ std::string MakeAdvice(std::vector<host::FilterTable> const& tables, FilterDrop 
           (comesIn ? " iifname " : " oifname ") + bridge + " accept";
 }
 
-std::string Describe(Need const& need, FilterDrop const& drop, std::string const& advice)
-{
-   return need.what + ": chain " + drop.chain + " of table " + drop.family + " " + drop.table +
-          " drops it; \"" + advice + "\" helps";
-}
-
 } // namespace
+
+std::string Obstacle::ToString() const
+{
+   return need + ": chain " + chain + " of table " + family + " " + table + " drops it; \"" +
+          advice + "\" helps";
+}
 
 Obstacles::Obstacles(HostView const& viewOfCaller) : view(viewOfCaller), socket(NETLINK_NETFILTER)
 {}
@@ -130,15 +130,15 @@ void Obstacles::Read()
    }
 }
 
-std::vector<std::string> Obstacles::Find(services::WantedNetwork const& wanted)
+std::vector<Obstacle> Obstacles::Find(services::WantedNetwork const& wanted)
 {
    Read();
    auto const* wayOut = view.FindDefault();
-   std::vector<std::string> found;
+   std::vector<Obstacle> found;
    for (auto const& need : ListNeeds(wanted, wayOut ? wayOut->link.name : "")) {
       if (auto const drop = host::FindDrop(tables, need.packet)) {
-         auto const advice = MakeAdvice(tables, *drop, need.packet, wanted.bridge.name);
-         found.push_back(Describe(need, *drop, advice));
+         found.push_back({need.what, drop->family, drop->table, drop->chain,
+                          MakeAdvice(tables, *drop, need.packet, wanted.bridge.name)});
       }
    }
    return found;

@@ -2,6 +2,7 @@
 // What rules of others keep from our networks.
 #pragma once
 
+#include "vnet/engine/report.hh"
 #include "vnet/host/filterWalk.hh"
 #include "vnet/host/netlink.hh"
 #include "vnet/services/wanted.hh"
@@ -20,8 +21,8 @@ class Obstacles {
 public:
    explicit Obstacles(HostView const& viewOfCaller);
 
-   // Each with action, object and cause, and the command that removes it. Of IPv4.
-   std::vector<std::string> Find(services::WantedNetwork const& wanted);
+   // Of IPv4.
+   std::vector<Obstacle> Find(services::WantedNetwork const& wanted);
 
 private:
    HostView const& view;

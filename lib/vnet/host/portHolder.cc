@@ -48,6 +48,13 @@ bool DropAll(int descriptor)
    return setsockopt(descriptor, SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program) == 0;
 }
 
+// Without the right to, it is held all the same.
+void Mark(int descriptor)
+{
+   std::uint32_t const mark = PortHolder::mark;
+   setsockopt(descriptor, SOL_SOCKET, SO_MARK, &mark, sizeof mark);
+}
+
 } // namespace
 
 std::optional<PortHolder> PortHolder::Hold(bool tcp, std::uint16_t port)
@@ -57,6 +64,7 @@ std::optional<PortHolder> PortHolder::Hold(bool tcp, std::uint16_t port)
    if (!socket.IsOpen() || (!tcp && !DropAll(socket.Get()))) {
       Fail(tcp, port);
    }
+   Mark(socket.Get());
    if (BindAlone(socket.Get(), tcp, port)) {
       return PortHolder(std::move(socket));
    }

@@ -14,6 +14,9 @@ namespace vnet::host {
 // later gets "Address already in use". What arrives at the socket is dropped unread.
 class PortHolder {
 public:
+   // What marks its sockets (SO_MARK), so that who lists the host's sockets knows them.
+   static constexpr std::uint32_t mark = 0x74766e68;
+
    // Empty if a service of the host has the port. Throws Error for any other failure. Whether two
    // holders can have one TCP port depends on the kernel.
    static std::optional<PortHolder> Hold(bool tcp, std::uint16_t port);
