@@ -3,27 +3,26 @@
 #pragma once
 
 #include "vnet/cli/glance.hh"
+#include "vnet/cli/leases.hh"
+#include "vnet/cli/terminal.hh"
 #include "vnet/engine/report.hh"
 #include "vnet/values/settings.hh"
 
-#include <set>
 #include <string>
 #include <vector>
 
 namespace vnet::cli {
 
-// The networks that the database holds, also those that only an adapter or the automatic bridging
-// names.
-std::set<unsigned int> GetNetworks(Settings const& settings);
-
 // A table with a line of headings and one for each network.
-std::string DescribeList(Settings const& settings);
+std::string DescribeList(Settings const& settings, Paint const& paint = Paint());
 
 // How a network stands on this host, in some lines. `addresses` are those of its bridge.
 std::string DescribeStatus(Settings const& settings, unsigned int index,
-                           engine::Report const& report, std::vector<std::string> const& addresses);
+                           engine::Report const& report, std::vector<std::string> const& addresses,
+                           std::vector<Lease> const& leases = {}, Paint const& paint = Paint());
 
 // The same for who hasn't the right to look closer. Null: its bridge isn't there.
-std::string DescribeGlance(Settings const& settings, unsigned int index, Glance const* glance);
+std::string DescribeGlance(Settings const& settings, unsigned int index, Glance const* glance,
+                           std::vector<Lease> const& leases = {});
 
 } // namespace vnet::cli

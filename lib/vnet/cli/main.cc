@@ -2,16 +2,27 @@
 // The virtual networks of this host, from the command line and at boot.
 #include "base/privilege.h"
 #include "vnet/cli/commandLine.hh"
+#include "vnet/cli/documentFile.hh"
 #include "vnet/cli/program.hh"
 
 #include <exception>
 #include <iostream>
+#include <unistd.h>
 
 namespace {
 
-int Tell(std::exception const& error, char const* advice, int status)
+using vnet::cli::Output;
+
+int Run(std::vector<std::string> const& arguments, Output& output)
 {
-   std::cerr << "tavrin-vnets: " << error.what() << '\n' << advice;
+   auto const line = vnet::cli::ParseCommandLine(arguments);
+   // What the caller names is what the caller can read, and in the caller's folder.
+   auto document = line.file.empty() ? base::FileDescriptor() : vnet::cli::OpenDocument(line.file);
+   Privilege_Drop();
+   int const status = vnet::cli::Program(output, std::move(document)).Run(line);
+   if (!std::cout.flush()) {
+      throw std::runtime_error("write the output: It can't be written");
+   }
    return status;
 }
 
@@ -19,20 +30,19 @@ int Tell(std::exception const& error, char const* advice, int status)
 
 int main(int argc, char** argv)
 {
+   vnet::cli::Paint const paint(vnet::cli::WantsColours(STDOUT_FILENO));
    Privilege_CleanUp();
-   Privilege_Drop();
    // argc is 0 if whoever started us gave no name.
    std::vector<std::string> const arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
+   Output output(std::cout, std::cerr, paint);
    try {
-      int const status =
-         vnet::cli::Program(std::cout, std::cerr).Run(vnet::cli::ParseCommandLine(arguments));
-      if (!std::cout.flush()) {
-         throw std::runtime_error("write the output: It can't be written");
-      }
-      return status;
+      return Run(arguments, output);
    } catch (vnet::cli::UsageError const& error) {
-      return Tell(error, "Try \"tavrin-vnets --help\".\n", 2);
+      output.Complain(error.what());
+      std::cerr << "Try \"tavrin-vnets --help\".\n";
+      return vnet::cli::status::usage;
    } catch (std::exception const& error) {
-      return Tell(error, "", 1);
+      output.Complain(error.what());
+      return vnet::cli::status::failure;
    }
 }

@@ -3,6 +3,10 @@
 
 #include "vnet/cli/describe.hh"
 #include "vnet/cli/glance.hh"
+#include "vnet/cli/leases.hh"
+#include "vnet/cli/networkFacts.hh"
+#include "vnet/cli/objects.hh"
+#include "vnet/cli/output.hh"
 #include "vnet/engine/engine.hh"
 #include "vnet/values/error.hh"
 #include "vnet/watch/watcherControl.hh"
@@ -46,53 +50,111 @@ Glance const* Find(Glances const& glances, unsigned int index)
    return found == glances.end() ? nullptr : &found->second;
 }
 
-void TellWatcher(std::ostream& output, engine::Place const& place, bool wanted)
+class StatusTeller {
+public:
+   StatusTeller(Output& where, engine::Place const& placeOfHost, Settings const& wanted)
+      : output(where), place(placeOfHost), settings(wanted)
+   {}
+
+   bool Tell(std::vector<unsigned int> const& named);
+
+private:
+   Output& output;
+   engine::Place const& place;
+   Settings const& settings;
+   Glances const glances = GlanceAtNetworks();
+   json::Value objects = json::Value::MakeList();
+   bool all = true;
+
+   void TellNetwork(engine::Engine& engine, unsigned int index);
+   void TellGlance(unsigned int index);
+   void TellEnd(bool watched, bool whole);
+   std::vector<Lease> ReadLeases(unsigned int index);
+};
+
+bool StatusTeller::Tell(std::vector<unsigned int> const& named)
 {
-   bool const runs = watch::IsWatcherRunning(place.runFolder);
-   if (runs || wanted) {
-      output << (runs ? "The watcher runs.\n"
-                      : "The watcher doesn't run; \"tavrin-vnets start\" starts it.\n");
+   engine::Engine engine(place);
+   bool const whole = engine.HasPrivilege();
+   auto const present = whole ? engine.ListPresent() : GetPresent(glances);
+   for (unsigned int const index : Select(named, settings, present)) {
+      if (whole) {
+         TellNetwork(engine, index);
+      } else {
+         TellGlance(index);
+      }
+   }
+   TellEnd(!present.empty(), whole);
+   return all;
+}
+
+void StatusTeller::TellNetwork(engine::Engine& engine, unsigned int index)
+{
+   auto const* glance = Find(glances, index);
+   auto const addresses = glance ? glance->addresses : std::vector<std::string>();
+   try {
+      auto const report = engine.Look(settings, index);
+      auto const leases = ReadLeases(index);
+      if (output.json) {
+         objects.Add(MakeStatusObject(settings, index, report, addresses, leases));
+      } else {
+         output.Tell(DescribeStatus(settings, index, report, addresses, leases, output.paint) +
+                     "\n");
+      }
+   } catch (Error const& error) {
+      output.Complain(error.what());
+      all = false;
    }
 }
 
-void TellGlances(std::ostream& output, engine::Place const& place, Settings const& settings,
-                 std::vector<unsigned int> const& named)
+void StatusTeller::TellGlance(unsigned int index)
 {
-   auto const glances = GlanceAtNetworks();
-   auto const present = GetPresent(glances);
-   for (unsigned int const index : Select(named, settings, present)) {
-      output << DescribeGlance(settings, index, Find(glances, index)) << '\n';
+   auto const* glance = Find(glances, index);
+   auto const leases = ReadLeases(index);
+   if (output.json) {
+      objects.Add(MakeGlanceObject(settings, index, glance, leases));
+   } else {
+      output.Tell(DescribeGlance(settings, index, glance, leases) + "\n");
    }
-   TellWatcher(output, place, !present.empty());
-   output << "Root sees more: services, rules, and what differs from the database.\n";
+}
+
+// Those that can't be read are no reason to tell nothing.
+std::vector<Lease> StatusTeller::ReadLeases(unsigned int index)
+{
+   try {
+      return cli::ReadLeases(place.stateFolder, index, std::time(nullptr));
+   } catch (Error const& error) {
+      output.Complain(error.what());
+      all = false;
+      return {};
+   }
+}
+
+void StatusTeller::TellEnd(bool watched, bool whole)
+{
+   bool const runs = watch::IsWatcherRunning(place.runFolder);
+   if (output.json) {
+      auto object = json::Value::MakeObject();
+      object.Add("networks", std::move(objects));
+      object.Add("watcher", runs);
+      output.TellJson(object.Add("complete", whole));
+      return;
+   }
+   if (runs || watched) {
+      output.Tell(runs ? "The watcher runs.\n"
+                       : "The watcher doesn't run; \"tavrin-vnets start\" starts it.\n");
+   }
+   if (!whole) {
+      output.Tell("Root sees more: services, rules, and what differs from the database.\n");
+   }
 }
 
 } // namespace
 
-bool TellStatus(std::ostream& output, std::ostream& errors, engine::Place const& place,
-                Settings const& settings, std::vector<unsigned int> const& named)
+bool TellStatus(Output& output, engine::Place const& place, Settings const& settings,
+                std::vector<unsigned int> const& named)
 {
-   engine::Engine engine(place);
-   if (!engine.HasPrivilege()) {
-      TellGlances(output, place, settings, named);
-      return true;
-   }
-   auto const present = engine.ListPresent();
-   auto const glances = GlanceAtNetworks();
-   bool all = true;
-   for (unsigned int const index : Select(named, settings, present)) {
-      auto const* glance = Find(glances, index);
-      auto const addresses = glance ? glance->addresses : std::vector<std::string>();
-      try {
-         auto const report = engine.Look(settings, index);
-         output << DescribeStatus(settings, index, report, addresses) << '\n';
-      } catch (Error const& error) {
-         errors << "tavrin-vnets: " << error.what() << '\n';
-         all = false;
-      }
-   }
-   TellWatcher(output, place, !present.empty());
-   return all;
+   return StatusTeller(output, place, settings).Tell(named);
 }
 
 } // namespace vnet::cli

@@ -5,14 +5,15 @@
 #include "vnet/engine/place.hh"
 #include "vnet/values/settings.hh"
 
-#include <ostream>
 #include <vector>
 
 namespace vnet::cli {
 
-// Writes it for those that are named, or for all, to output; without the rights of root, what
-// anybody may see. What can't be told goes to errors, and makes the result false. Throws Error.
-bool TellStatus(std::ostream& output, std::ostream& errors, engine::Place const& place,
-                Settings const& settings, std::vector<unsigned int> const& named);
+class Output;
+
+// Tells it for those that are named, or for all; without the rights of root, what anybody may see.
+// What can't be told is complained of, and makes the result false. Throws Error.
+bool TellStatus(Output& output, engine::Place const& place, Settings const& settings,
+                std::vector<unsigned int> const& named);
 
 } // namespace vnet::cli

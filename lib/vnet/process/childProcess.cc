@@ -101,6 +101,7 @@ struct Launch {
    std::vector<char*> arguments;
    std::vector<char*> environment;
    int null;
+   int output;
    int errors;
    int status;
    pid_t parent;
@@ -119,7 +120,7 @@ void ResetSignals()
 
 bool PlaceDescriptors(Launch const& launch)
 {
-   return dup2(launch.null, 0) == 0 && dup2(launch.null, 1) == 1 && dup2(launch.errors, 2) == 2 &&
+   return dup2(launch.null, 0) == 0 && dup2(launch.output, 1) == 1 && dup2(launch.errors, 2) == 2 &&
           close_range(3, ~0U, CLOSE_RANGE_CLOEXEC) == 0;
 }
 
@@ -213,6 +214,7 @@ ChildProcess ChildProcess::Start(Command const& command)
    Launch const launch{GetPointers(command.arguments),
                        GetPointers(command.environment),
                        null.Get(),
+                       command.output >= 0 ? command.output : null.Get(),
                        command.captureErrors ? errors.write.Get() : null.Get(),
                        status.write.Get(),
                        getpid(),

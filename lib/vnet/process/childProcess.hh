@@ -32,6 +32,8 @@ struct Command {
    bool endsWithUs = false;
    // Its standard error comes to us; else it goes to /dev/null.
    bool captureErrors = true;
+   // An open descriptor that it gets as its standard output; else that is /dev/null.
+   int output = -1;
 };
 
 // How a process ended.
@@ -45,7 +47,7 @@ struct Ending {
 };
 
 // A child of ours, waited for by its pid alone. It has the descriptors 0 to 2, with /dev/null for
-// input and output, / as its folder, and default signals.
+// input and, unless told, output, / as its folder, and default signals.
 class ChildProcess {
 public:
    // Throws Error with the program and the cause if it can't be executed.

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vnet/cli/commandLine.hh"
+#include "vnet/cli/help.hh"
 
 #include <gtest/gtest.h>
 
@@ -23,10 +24,11 @@ std::string GetComplaint(Arguments const& arguments)
 TEST(CommandLineTest, EveryCommandIsKnown)
 {
    std::pair<char const*, Verb> const commands[] = {
-      {"init", Verb::Init},        {"list", Verb::List},   {"status", Verb::Status},
-      {"start", Verb::Start},      {"stop", Verb::Stop},   {"restart", Verb::Restart},
-      {"watch", Verb::Watch},      {"--help", Verb::Help}, {"-h", Verb::Help},
-      {"--version", Verb::Version}};
+      {"init", Verb::Init},   {"list", Verb::List},     {"status", Verb::Status},
+      {"start", Verb::Start}, {"stop", Verb::Stop},     {"restart", Verb::Restart},
+      {"check", Verb::Check}, {"export", Verb::Export}, {"leases", Verb::Leases},
+      {"log", Verb::Log},     {"doctor", Verb::Doctor}, {"watch", Verb::Watch},
+      {"--help", Verb::Help}, {"-h", Verb::Help},       {"--version", Verb::Version}};
    for (auto const& [name, verb] : commands) {
       auto const line = ParseCommandLine({name});
       EXPECT_EQ(verb, line.verb) << name;
@@ -46,7 +48,7 @@ TEST(CommandLineTest, ANetworkNamedTwiceIsMeantOnce)
 
 TEST(CommandLineTest, WhatIsNoNetworkIsRefused)
 {
-   for (auto const* text : {"256", "tvnet256", "tvnet08", "08", "-1", "", "eth0", "8 ", "*"}) {
+   for (auto const* text : {"256", "tvnet256", "tvnet08", "08", "-", "", "eth0", "8 ", "*"}) {
       EXPECT_TRUE(GetComplaint({"start", text}).starts_with("There is no network ")) << text;
    }
 }
@@ -73,9 +75,56 @@ TEST(CommandLineTest, TheWatcherTakesOneFolder)
    EXPECT_NE("none", GetComplaint({"watch", "/run/one", "/run/two"}));
 }
 
+TEST(CommandLineTest, ApplyTakesOneFile)
+{
+   EXPECT_EQ("networks.json", ParseCommandLine({"apply", "networks.json"}).file);
+   EXPECT_EQ("-", ParseCommandLine({"apply", "-"}).file);
+   EXPECT_EQ("apply needs a file, or - for the standard input", GetComplaint({"apply"}));
+   EXPECT_EQ("apply takes one file", GetComplaint({"apply", "a", "b"}));
+   EXPECT_EQ("apply takes one file", GetComplaint({"apply", ""}));
+}
+
+TEST(CommandLineTest, OptionsStandAnywhereBehindTheCommand)
+{
+   EXPECT_TRUE(ParseCommandLine({"status", "--json", "8"}).json);
+   EXPECT_TRUE(ParseCommandLine({"status", "8", "--json"}).json);
+   auto const line = ParseCommandLine({"apply", "--dry-run", "a", "--json"});
+   EXPECT_TRUE(line.dryRun && line.json);
+   EXPECT_FALSE(ParseCommandLine({"apply", "a"}).dryRun);
+}
+
+TEST(CommandLineTest, OptionsWithValuesAreReadEitherWay)
+{
+   EXPECT_EQ(20u, ParseCommandLine({"log", "-n", "20"}).lines);
+   EXPECT_EQ(20u, ParseCommandLine({"log", "--lines", "20"}).lines);
+   EXPECT_EQ(20u, ParseCommandLine({"log", "--lines=20"}).lines);
+   EXPECT_EQ("-1 hour", ParseCommandLine({"log", "--since", "-1 hour"}).since);
+   EXPECT_EQ("a=b", ParseCommandLine({"log", "--since=a=b"}).since);
+}
+
+TEST(CommandLineTest, BadOptionsAreRefused)
+{
+   for (auto const& arguments :
+        {Arguments{"list", "--dry-run"}, Arguments{"start", "-1"}, Arguments{"list", "--json=yes"},
+         Arguments{"list", "--since=today"}, Arguments{"--json", "list"}}) {
+      EXPECT_TRUE(GetComplaint(arguments).starts_with("There is no option ")) << arguments[1];
+   }
+   EXPECT_EQ("-n needs a value", GetComplaint({"log", "-n"}));
+   EXPECT_EQ("There can't be \"0\" lines, only 1 to 10000", GetComplaint({"log", "-n", "0"}));
+   EXPECT_EQ("There is no time \"a\\x0ab\"", GetComplaint({"log", "--since", "a\nb"}));
+   EXPECT_NE("none", GetComplaint({"log", "--since="}));
+}
+
+TEST(CommandLineTest, HelpIsHelpAlsoBehindACommand)
+{
+   EXPECT_EQ(Verb::Help, ParseCommandLine({"stop", "--help"}).verb);
+}
+
 TEST(CommandLineTest, TheHelpNamesWhatPeopleCall)
 {
-   for (auto const* name : {"init", "list", "status", "start", "stop", "restart", "--version"}) {
+   for (auto const* name :
+        {"init", "list", "status", "start", "stop", "restart", "check", "export", "apply", "leases",
+         "log", "doctor", "--json", "--dry-run", "--lines", "--since", "--version"}) {
       EXPECT_NE(std::string::npos, GetHelp().find(std::string("  ") + name)) << name;
    }
 }

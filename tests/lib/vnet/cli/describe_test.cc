@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vnet/cli/describe.hh"
+#include "vnet/cli/networkFacts.hh"
 
 #include <gtest/gtest.h>
 
@@ -73,6 +74,43 @@ TEST(DescribeTest, DifferencesAndRemarksAreTold)
              "  differs     DHCP and DNS\n"
              "  note        forward TCP port 0 to tvnet8: 0 is no port\n",
              DescribeStatus(MakeSettings(), 8, report, {}));
+}
+
+TEST(DescribeTest, ForwardsLeasesAndObstaclesAreTold)
+{
+   auto settings = MakeSettings();
+   settings.networks[8].nat.forwards = {{true, 80, *Address::Parse("10.0.0.9"), 8080, "web"},
+                                        {false, 53, *Address::Parse("10.0.0.9"), 53, ""}};
+   engine::Report report;
+   report.state = engine::State::Running;
+   report.dnsmasqRuns = true;
+   report.obstacles = {{"let guests out", "ip", "filter", "FORWARD", "iptables -I"}};
+   std::vector<Lease> const leases = {{"10.0.0.9", "52:54:00:12:34:56", "b\x1b[1m", 90},
+                                      {"10.0.0.8", "", "", -5}};
+   EXPECT_EQ("tvnet8: NAT, running\n"
+             "  subnet      10.0.0.0/8\n"
+             "  addresses   -\n"
+             "  DHCP        running\n"
+             "  NAT         running\n"
+             "  DNS         running\n"
+             "  forward     TCP 80 to 10.0.0.9:8080, web\n"
+             "  forward     UDP 53 to 10.0.0.9:53\n"
+             "  plugged in  -\n"
+             "  lease       10.0.0.9, 52:54:00:12:34:56, b\\x1b[1m, 1 min left\n"
+             "  note        let guests out: chain FORWARD of table ip filter drops it; "
+             "\"iptables -I\" helps\n",
+             DescribeStatus(settings, 8, report, {}, leases));
+}
+
+TEST(DescribeTest, ColoursAreForThoseWhoWantThem)
+{
+   engine::Report report;
+   report.state = engine::State::Running;
+   auto const plain = DescribeStatus(MakeSettings(), 8, report, {}, {}, Paint(false));
+   EXPECT_EQ(std::string::npos, plain.find('\x1b'));
+   auto const coloured = DescribeStatus(MakeSettings(), 8, report, {}, {}, Paint(true));
+   EXPECT_NE(std::string::npos, coloured.find("\x1b[31mnot running\x1b[0m\n"));
+   EXPECT_TRUE(DescribeList(MakeSettings(), Paint(true)).starts_with("\x1b[1mNETWORK"));
 }
 
 TEST(DescribeTest, ABridgedNetworkTellsWhichAdapterItHasOfThose)

@@ -30,6 +30,18 @@ std::vector<int> ListProcesses(std::vector<std::string> const& arguments)
    return pids;
 }
 
+Outcome RunToEnd(std::vector<std::string> const& command)
+{
+   test::TestProcess process(command);
+   auto const status = process.Wait();
+   Outcome outcome;
+   if (status && WIFEXITED(*status)) {
+      outcome.status = WEXITSTATUS(*status);
+   }
+   outcome.output = process.GetOutput();
+   return outcome;
+}
+
 } // namespace
 
 void VnetsTest::SetUp()
@@ -94,14 +106,15 @@ Outcome VnetsTest::Run(std::vector<std::string> const& arguments)
 {
    auto all = arguments;
    all.insert(all.begin(), GetProgram());
-   test::TestProcess process(all);
-   auto const status = process.Wait();
-   Outcome outcome;
-   if (status && WIFEXITED(*status)) {
-      outcome.status = WEXITSTATUS(*status);
-   }
-   outcome.output = process.GetOutput();
-   return outcome;
+   return RunToEnd(all);
+}
+
+Outcome VnetsTest::RunWithoutRights(std::vector<std::string> const& arguments)
+{
+   std::vector<std::string> command = {"setpriv", "--bounding-set=-all", "--inh-caps=-all",
+                                       GetProgram()};
+   command.insert(command.end(), arguments.begin(), arguments.end());
+   return RunToEnd(command);
 }
 
 std::string VnetsTest::RunWell(std::vector<std::string> const& arguments)

@@ -35,6 +35,9 @@ protected:
    // The same, expecting success. Returns what it printed.
    static std::string RunWell(std::vector<std::string> const& arguments);
 
+   // As root without any of root's rights.
+   static Outcome RunWithoutRights(std::vector<std::string> const& arguments);
+
    // Replaces the database by a version and these lines.
    static void WriteDatabase(std::string const& lines);
    static std::string ReadDatabase();

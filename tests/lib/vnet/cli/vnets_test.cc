@@ -17,15 +17,6 @@ namespace fs = std::filesystem;
 
 class VnetsCommandTest : public VnetsTest {
 protected:
-   // Runs it as root without any of root's rights.
-   Outcome RunWithoutRights(std::string const& command)
-   {
-      test::TestProcess process(
-         {"setpriv", "--bounding-set=-all", "--inh-caps=-all", GetProgram(), command});
-      auto const status = process.Wait();
-      return {status ? WEXITSTATUS(*status) : -1, process.GetOutput()};
-   }
-
    netlab::Namespace guest;
 };
 
@@ -255,6 +246,42 @@ TEST_F(VnetsCommandTest, StatusTellsAllNetworksAndThoseThatTheDatabaseLost)
    EXPECT_NE(std::string::npos, text.find("tvnet8: not in the database, "));
 }
 
+TEST_F(VnetsCommandTest, LeasesAreToldByCommandStatusAndJson)
+{
+   WriteDatabase(GetHosted());
+   RunWell({"start"});
+   EXPECT_EQ("NETWORK  ADDRESS  MAC  LEFT  NAME\n", RunWell({"leases"}));
+   Plug(guest, "tap0", "tvnet8");
+   ASSERT_TRUE(netlab::DhcpClient(guest, "eth0").Acquire());
+   auto const mac = guest.GetMac("eth0").ToString();
+   // dnsmasq answers first and writes then.
+   auto const tellsMac = [&] { return RunWell({"leases"}).find(mac) != std::string::npos; };
+   EXPECT_TRUE(test::Eventually(tellsMac));
+   EXPECT_EQ(std::string::npos, RunWell({"leases", "1"}).find(mac));
+   EXPECT_NE(std::string::npos, RunWithoutRights({"leases", "8"}).output.find(mac));
+   EXPECT_NE(std::string::npos, RunWell({"status", "8"}).find("  lease       192.168.8."));
+   EXPECT_NE(std::string::npos, RunWell({"leases", "--json"}).find("\"mac\": \"" + mac + "\""));
+}
+
+TEST_F(VnetsCommandTest, EveryCommandTellsInJson)
+{
+   WriteDatabase(GetHosted());
+   EXPECT_NE(std::string::npos, RunWell({"list", "--json"}).find("\"network\": \"tvnet8\""));
+   EXPECT_EQ("{\n  \"done\": true,\n  \"failures\": []\n}\n", RunWell({"start", "--json"}));
+   auto const status = RunWell({"status", "8", "--json"});
+   for (auto const* part : {"\"state\": \"running\"", "\"service\": \"DHCP\"", "\"192.168.8.1/24\"",
+                            "\"plugged-in\": []", "\"differences\": []", "\"watcher\": true"}) {
+      EXPECT_NE(std::string::npos, status.find(part)) << part << " in " << status;
+   }
+   auto const failed = Run({"stop", "5", "--json"});
+   EXPECT_EQ(1, failed.status);
+   EXPECT_NE(std::string::npos, failed.output.find("\"done\": false"));
+   EXPECT_NE(std::string::npos,
+             RunWithoutRights({"status", "--json"}).output.find("\"complete\": false"));
+   EXPECT_NE(std::string::npos, RunWell({"check", "--json"}).find("\"problems\": []"));
+   EXPECT_NE(std::string::npos, RunWell({"doctor", "--json"}).find("\"findings\": []"));
+}
+
 TEST_F(VnetsCommandTest, StatusTellsADeadServer)
 {
    WriteDatabase(GetHosted());
@@ -310,9 +337,9 @@ TEST_F(VnetsCommandTest, WithoutRightsOneMayLookAndNoMore)
    WriteDatabase(GetHosted());
    RunWell({"start", "8"});
    Plug(guest, "tap0", "tvnet8");
-   EXPECT_EQ(0, RunWithoutRights("list").status);
+   EXPECT_EQ(0, RunWithoutRights({"list"}).status);
    for (auto const* command : {"start", "stop", "restart", "watch"}) {
-      auto const outcome = RunWithoutRights(command);
+      auto const outcome = RunWithoutRights({command});
       EXPECT_EQ(1, outcome.status) << command;
       EXPECT_EQ(std::string("tavrin-vnets: ") + command +
                    " networks: This needs the rights of root\n",
@@ -330,7 +357,7 @@ TEST_F(VnetsCommandTest, WithoutRightsOneMayLookAndNoMore)
              "\n"
              "The watcher runs.\n"
              "Root sees more: services, rules, and what differs from the database.\n",
-             RunWithoutRights("status").output);
+             RunWithoutRights({"status"}).output);
 }
 
 } // namespace
