@@ -3,6 +3,16 @@
 
 namespace vnet::doctor {
 
+namespace {
+
+std::string GetSubject(engine::Obstacle const& obstacle)
+{
+   return obstacle.owner.empty() ? "A firewall of the host"
+                                 : "The host's firewall, of " + obstacle.owner + ",";
+}
+
+} // namespace
+
 Findings FindFilters(Patient const& patient)
 {
    Findings findings;
@@ -11,7 +21,7 @@ Findings FindFilters(Patient const& patient)
    }
    for (auto const& obstacle : patient.report->obstacles) {
       findings.push_back({"filter", patient.index,
-                          "A firewall of the host doesn't " + obstacle.need + ": chain " +
+                          GetSubject(obstacle) + " doesn't " + obstacle.need + ": chain " +
                              obstacle.chain + " of table " + obstacle.family + " " +
                              obstacle.table + " drops it.",
                           obstacle.advice});

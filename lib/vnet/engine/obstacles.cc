@@ -86,16 +86,28 @@ bool HasChain(std::vector<host::FilterTable> const& tables, FilterDrop const& dr
    });
 }
 
-// What helps, in the words of whoever wrote the table.
-std::string MakeAdvice(std::vector<host::FilterTable> const& tables, FilterDrop const& drop,
+// Whoever made the table; of iptables', which ufw and Docker share, who filters more.
+std::string FindOwner(std::vector<host::FilterTable> const& tables, FilterDrop const& drop)
+{
+   if (drop.table == "firewalld") {
+      return "firewalld";
+   }
+   if (HasChain(tables, drop, "ufw-user-forward")) {
+      return "ufw";
+   }
+   return HasChain(tables, drop, "DOCKER") ? "Docker" : "";
+}
+
+// What helps, in the words of the table's owner.
+std::string MakeAdvice(std::string const& owner, FilterDrop const& drop,
                        FilteredPacket const& packet, std::string const& bridge)
 {
    bool const comesIn = packet.in == bridge;
-   if (drop.table == "firewalld") {
+   if (owner == "firewalld") {
       return "firewall-cmd --permanent --zone=trusted --add-interface=" + bridge +
              " && firewall-cmd --reload";
    }
-   if (HasChain(tables, drop, "ufw-user-forward")) {
+   if (owner == "ufw") {
       return std::string("ufw ") +
              (packet.hook == FilterHook::Forward ? "route allow " : "allow ") +
              (comesIn ? "in on " : "out on ") + bridge;
@@ -137,8 +149,9 @@ std::vector<Obstacle> Obstacles::Find(services::WantedNetwork const& wanted)
    std::vector<Obstacle> found;
    for (auto const& need : ListNeeds(wanted, wayOut ? wayOut->link.name : "")) {
       if (auto const drop = host::FindDrop(tables, need.packet)) {
-         found.push_back({need.what, drop->family, drop->table, drop->chain,
-                          MakeAdvice(tables, *drop, need.packet, wanted.bridge.name)});
+         auto const owner = FindOwner(tables, *drop);
+         found.push_back({need.what, drop->family, drop->table, drop->chain, owner,
+                          MakeAdvice(owner, *drop, need.packet, wanted.bridge.name)});
       }
    }
    return found;

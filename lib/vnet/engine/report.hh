@@ -23,6 +23,7 @@ struct Obstacle {
    std::string family;
    std::string table;
    std::string chain;
+   std::string owner;  // "Docker", "ufw" or "firewalld"; empty if the table's maker isn't known
    std::string advice; // the command that helps
 
    // With action, object, cause and what helps.

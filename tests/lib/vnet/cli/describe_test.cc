@@ -84,7 +84,7 @@ TEST(DescribeTest, ForwardsLeasesAndObstaclesAreTold)
    engine::Report report;
    report.state = engine::State::Running;
    report.dnsmasqRuns = true;
-   report.obstacles = {{"let guests out", "ip", "filter", "FORWARD", "iptables -I"}};
+   report.obstacles = {{"let guests out", "ip", "filter", "FORWARD", "Docker", "iptables -I"}};
    std::vector<Lease> const leases = {{"10.0.0.9", "52:54:00:12:34:56", "b\x1b[1m", 90},
                                       {"10.0.0.8", "", "", -5}};
    EXPECT_EQ("tvnet8: NAT, running\n"

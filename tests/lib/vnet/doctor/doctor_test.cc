@@ -150,6 +150,10 @@ TEST_F(DoctorTest, UfwIsMendedByACommandOfItsOwn)
    EXPECT_FALSE(GuestGetsOut(silence));
    auto const findings = Examine();
    ASSERT_THAT(GetCauses(findings), ElementsAre("filter", "filter"));
+   EXPECT_EQ(
+      "The host's firewall, of ufw, doesn't let guests of tvnet8 out by eth0: chain FORWARD of "
+      "table ip filter drops it.",
+      findings[0].text);
    EXPECT_EQ("ufw route allow in on tvnet8", findings[0].remedy);
    EXPECT_EQ("ufw route allow out on tvnet8", findings[1].remedy);
    // What these make of it.
@@ -158,6 +162,59 @@ TEST_F(DoctorTest, UfwIsMendedByACommandOfItsOwn)
    EXPECT_THAT(GetCauses(Examine()), IsEmpty());
    EXPECT_TRUE(GuestGetsOut());
    GetHost().Command("nft delete table ip filter");
+}
+
+// Its policy, without the chain that it keeps for others and in which our rules would stand.
+TEST_F(DoctorTest, DockersPolicyIsMendedByItsLines)
+{
+   StartWithGuest();
+   try {
+      GetHost().Command("iptables-nft -N DOCKER");
+      GetHost().Command("iptables-nft -P FORWARD DROP");
+   } catch (std::exception const& error) {
+      GetHost().Command("nft flush ruleset");
+      GTEST_SKIP() << error.what();
+   }
+   EXPECT_FALSE(GuestGetsOut(silence));
+   auto const findings = Examine();
+   ASSERT_THAT(GetCauses(findings), ElementsAre("filter", "filter"));
+   EXPECT_THAT(findings[0].text, testing::StartsWith("The host's firewall, of Docker, doesn't "));
+   for (auto const& finding : findings) {
+      ASSERT_THAT(finding.remedy, testing::StartsWith("iptables -I FORWARD "));
+      // Where Debian's alternative isn't this one, neither is Docker's.
+      Follow("iptables-nft" + finding.remedy.substr(std::string("iptables").size()));
+   }
+   EXPECT_THAT(GetCauses(Examine()), IsEmpty());
+   EXPECT_TRUE(GuestGetsOut());
+   GetHost().Command("nft delete table ip filter");
+}
+
+TEST_F(DoctorTest, FirewalldIsNamedWithItsZone)
+{
+   StartWithGuest();
+   try {
+      GetHost().Command("nft -f " PEER_RULES_DIR "/firewalld.nft");
+   } catch (std::exception const& error) {
+      GTEST_SKIP() << error.what();
+   }
+   EXPECT_FALSE(GuestGetsOut(silence));
+   auto const findings = Examine();
+   ASSERT_FALSE(findings.empty());
+   for (auto const& finding : findings) {
+      EXPECT_EQ("filter", finding.cause);
+      EXPECT_THAT(finding.text, testing::StartsWith("The host's firewall, of firewalld, doesn't "));
+      EXPECT_EQ("firewall-cmd --permanent --zone=trusted --add-interface=tvnet8 && firewall-cmd "
+                "--reload",
+                finding.remedy);
+   }
+   // What firewalld makes of that.
+   for (auto const* rule : {"filter_INPUT_ZONES iifname tvnet8 goto filter_IN_trusted",
+                            "filter_FORWARD_ZONES iifname tvnet8 goto filter_FWD_trusted"}) {
+      GetHost().Command(std::string("nft insert rule inet firewalld ") + rule);
+   }
+   EXPECT_THAT(GetCauses(Examine()), IsEmpty());
+   EXPECT_TRUE(GuestGetsOut());
+   GetHost().Command("nft delete table inet firewalld");
 }
 
 TEST_F(DoctorTest, AStoppedNetworkIsStarted)
