@@ -3,8 +3,13 @@
 
 namespace lui::Utils {
 
-// Takes the user's locale and prepares cui::GetLocalString. False if the locale isn't known here;
-// texts are then the default ones.
+// Takes the user's locale and prepares cui::GetLocalString. False if the locale isn't known here:
+// its language is then followed all the same, by way of LANGUAGE in the environment, and GTK, which
+// mustn't have been started yet, is kept from asking for that locale again. LANGUAGE is followed
+// without any locale too.
 bool InitLocalization();
+
+// Keeps the C library's own texts, such as those of strerror(3), as they are in every language.
+void KeepSystemTexts();
 
 } // namespace lui::Utils

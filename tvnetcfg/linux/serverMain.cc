@@ -6,6 +6,7 @@
 #include "base/privilege.h"
 #include "cui/localString.hh"
 #include "lui/channel.hh"
+#include "lui/localization.hh"
 #include "tvnetcfg/common/editable.hh"
 #include "tvnetcfg/mgr/mgr.hh"
 #include "vnet/vnetlib.h"
@@ -139,6 +140,8 @@ void CleanUp(Frame* frame)
 
 int server_main(int, char** argv)
 {
+   // The journal is read by others than the user whose language this process has.
+   lui::Utils::KeepSystemTexts();
    Frame frame{};
    frame.readFd = OpenClientPipe(argv[3], argv[1], O_RDONLY);
    frame.writeFd = OpenClientPipe(argv[3], argv[2], O_WRONLY);

@@ -30,6 +30,18 @@ protected:
                     dir.GetPath() / "lib" / "libtavrinui.so.0");
    }
 
+   // The catalogue of a build tree.
+   void AddGerman()
+   {
+      dir.Write("CMakeCache.txt", "");
+      ASSERT_TRUE(languages.AddCatalogue("de", "msgctxt \"msg.probe\"\n"
+                                               "msgid \"Automatic\"\n"
+                                               "msgstr \"Selbstt\u00e4tig\"\n"));
+      fs::path const catalogues = dir.GetPath() / "locale" / "de" / "LC_MESSAGES";
+      fs::create_directories(catalogues);
+      fs::copy_file(languages.GetCatalogueFile("de"), catalogues / "tavrin-netcfg.mo");
+   }
+
    test::TempDir dir;
    cui::Languages languages;
 };
@@ -38,15 +50,8 @@ protected:
 
 TEST_F(LocalizationTest, BuildTreesCataloguesAreUsed)
 {
-   dir.Write("CMakeCache.txt", "");
    ASSERT_TRUE(languages.Speak("de", "UTF-8"));
-   ASSERT_TRUE(languages.AddCatalogue("de", "msgctxt \"msg.probe\"\n"
-                                            "msgid \"Automatic\"\n"
-                                            "msgstr \"Selbstt\u00e4tig\"\n"));
-   fs::path const catalogues = dir.GetPath() / "locale" / "de" / "LC_MESSAGES";
-   fs::create_directories(catalogues);
-   fs::copy_file(languages.GetCatalogueFile("de"), catalogues / "tavrin-netcfg.mo");
-
+   AddGerman();
    EXPECT_EQ("known Selbstt\u00e4tig\n", RunProbe(dir.GetPath(), "de_XX.UTF-8", ""));
 }
 
@@ -69,7 +74,37 @@ TEST_F(LocalizationTest, WithoutACatalogueTextsAreTheDefaultOnes)
    EXPECT_EQ("known Automatic\n", RunProbe(dir.GetPath(), "de_XX.UTF-8", ""));
 }
 
-TEST_F(LocalizationTest, AnUnknownLocaleIsToldAndTextsAreTheDefaultOnes)
+TEST_F(LocalizationTest, AnUnknownLocaleIsToldAndItsLanguageIsFollowedAllTheSame)
 {
-   EXPECT_EQ("unknown Automatic\n", RunProbe(dir.GetPath(), "no_SUCH.UTF-8", "de"));
+   AddGerman();
+   EXPECT_EQ("unknown Selbstt\u00e4tig\n", RunProbe(dir.GetPath(), "de_QQ.UTF-8", ""));
+   EXPECT_EQ("unknown Automatic\n", RunProbe(dir.GetPath(), "fr_QQ.UTF-8", ""));
+}
+
+TEST_F(LocalizationTest, InAnUnknownLocaleTheListOfLanguagesIsFollowed)
+{
+   AddGerman();
+   EXPECT_EQ("unknown Selbstt\u00e4tig\n", RunProbe(dir.GetPath(), "fr_QQ.UTF-8", "it:de"));
+   EXPECT_EQ("unknown Automatic\n", RunProbe(dir.GetPath(), "de_QQ.UTF-8", "it"));
+}
+
+TEST_F(LocalizationTest, AListOfLanguagesIsFollowedWithoutALocaleButNotInTheLocaleC)
+{
+   AddGerman();
+   test::TestProcess probe({LOCALIZATION_PROBE}, {{"LD_LIBRARY_PATH", dir.GetPath() / "lib"},
+                                                  {"LC_ALL", ""},
+                                                  {"LC_MESSAGES", ""},
+                                                  {"LANG", ""},
+                                                  {"LANGUAGE", "de"}});
+   EXPECT_TRUE(test::ExitedWith(probe.Wait(), 0));
+   EXPECT_EQ("known Selbstt\u00e4tig\n", probe.GetOutput());
+   EXPECT_EQ("known Automatic\n", RunProbe(dir.GetPath(), "C", "de"));
+}
+
+TEST_F(LocalizationTest, TheSystemsTextsStayAsTheyAre)
+{
+   test::TestProcess probe({LOCALIZATION_PROBE, "system"},
+                           {{"LC_ALL", "C.UTF-8"}, {"LANGUAGE", "de"}});
+   EXPECT_TRUE(test::ExitedWith(probe.Wait(), 0));
+   EXPECT_EQ("No such file or directory\n", probe.GetOutput());
 }
