@@ -34,7 +34,6 @@ FieldEntry::FieldEntry(unsigned int fieldCount, char separator, unsigned int max
    : model(fieldCount, separator, maxDigits, maxValue)
 {
    set_width_chars(static_cast<int>(fieldCount * (maxDigits + 1)));
-   set_direction(Gtk::TEXT_DIR_LTR);
    set_activates_default(true);
    property_input_purpose() = Gtk::INPUT_PURPOSE_NUMBER;
    signal_insert_text().connect(sigc::mem_fun(*this, &FieldEntry::OnInsertText), false);
@@ -185,42 +184,16 @@ void FieldEntry::SpaceBlankFields()
    set_attributes(spacing);
 }
 
-// Digits and dots alone have no direction; GTK then takes that of the keyboard's language, which
-// would turn the fields around.
-void FieldEntry::KeepLeftToRight()
-{
-   get_layout();
-   get_pango_context()->set_base_dir(Pango::DIRECTION_LTR);
-}
-
 bool FieldEntry::on_focus_out_event(GdkEventFocus* event)
 {
    model.Tidy();
    Show(get_position());
-   return Gtk::Entry::on_focus_out_event(event);
-}
-
-bool FieldEntry::on_key_press_event(GdkEventKey* event)
-{
-   KeepLeftToRight();
-   return Gtk::Entry::on_key_press_event(event);
-}
-
-bool FieldEntry::on_button_press_event(GdkEventButton* event)
-{
-   KeepLeftToRight();
-   return Gtk::Entry::on_button_press_event(event);
-}
-
-bool FieldEntry::on_draw(Cairo::RefPtr<Cairo::Context> const& context)
-{
-   KeepLeftToRight();
-   return Gtk::Entry::on_draw(context);
+   return LeftToRightEntry::on_focus_out_event(event);
 }
 
 void FieldEntry::on_style_updated()
 {
-   Gtk::Entry::on_style_updated();
+   LeftToRightEntry::on_style_updated();
    SpaceBlankFields();
 }
 

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "lui/fieldText.hh"
+#include "lui/leftToRightEntry.hh"
 
-#include <gtkmm/entry.h>
 #include <pangomm/attrlist.h>
 
 namespace lui {
@@ -12,9 +12,8 @@ namespace lui {
 // The entry's text is what it shows, so cursor keys, selecting, copying and screen readers find
 // nothing unusual: "" if all is blank, otherwise all fields with all separators ("192.168..").
 // A field ends by itself when it's full, or at a separator. Backspace and Delete step over a
-// separator. What doesn't fit is refused with a beep, as a whole. Reads from left to right in every
-// language.
-class FieldEntry : public Gtk::Entry {
+// separator. What doesn't fit is refused with a beep, as a whole.
+class FieldEntry : public LeftToRightEntry {
 public:
    // Emitted after a field changed, with its number from 0.
    sigc::signal<void, unsigned int> fieldChanged;
@@ -36,9 +35,6 @@ protected:
    virtual std::string Clean(Glib::ustring const& text) const;
 
    bool on_focus_out_event(GdkEventFocus* event) override;
-   bool on_key_press_event(GdkEventKey* event) override;
-   bool on_button_press_event(GdkEventButton* event) override;
-   bool on_draw(Cairo::RefPtr<Cairo::Context> const& context) override;
    void on_style_updated() override;
 
 private:
@@ -49,7 +45,6 @@ private:
    void ReplaceShown(Glib::ustring const& newText);
    void EmitChanges(std::vector<std::string> const& before);
    void SpaceBlankFields();
-   void KeepLeftToRight();
 
    FieldText model;
    // While the entry's text is being brought in line with the model.

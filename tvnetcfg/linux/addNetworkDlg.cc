@@ -26,6 +26,19 @@ constexpr int PREFIX_GAP = 3;
 
 enum Choice { ADD = 0, CANCEL = 1 };
 
+// From left to right in every language, as the name of a network reads, and at the start of its
+// cell.
+void KeepOrder(Gtk::Box& row, std::initializer_list<Gtk::Widget*> parts)
+{
+   if (Gtk::Widget::get_default_direction() == Gtk::TEXT_DIR_RTL) {
+      row.set_halign(Gtk::ALIGN_END);
+   }
+   row.set_direction(Gtk::TEXT_DIR_LTR);
+   for (Gtk::Widget* const part : parts) {
+      part->set_direction(Gtk::TEXT_DIR_LTR);
+   }
+}
+
 } // namespace
 
 AddNetworkDlg::AddNetworkDlg(common::Editable* editable) : editable(editable), numberSpin(0.0, 0)
@@ -79,6 +92,7 @@ Gtk::Widget& AddNetworkDlg::BuildNumberRow()
    label.set_margin_end(PREFIX_GAP);
    row.pack_start(label, Gtk::PACK_SHRINK);
    row.pack_start(numberSpin, Gtk::PACK_SHRINK);
+   KeepOrder(row, {&label, &numberSpin});
    SetUpSpin(numberSpin, editable->GetUnusedNetwork(), 0,
              std::max(editable->GetMaxNetworks(), 1U) - 1);
    row.show();

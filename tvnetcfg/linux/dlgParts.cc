@@ -2,6 +2,7 @@
 #include "tvnetcfg/linux/dlgParts.hh"
 
 #include <algorithm>
+#include <gtkmm/cellrenderertext.h>
 #include <pangomm/attributes.h>
 #include <pangomm/attrlist.h>
 #include <pangomm/layout.h>
@@ -40,6 +41,23 @@ int MeasureTwoLines(Gtk::Widget& widget, Glib::ustring const& title)
       width = std::min(width, std::max(first, second));
    }
    return width;
+}
+
+// Chinese and Japanese texts may be broken anywhere, also within what a blank sets off as a word.
+void BreakAtBlanksOnly(Gtk::Label& label)
+{
+   PangoAttrList* const look = pango_attr_list_new();
+   std::string const text = label.get_text();
+   for (std::size_t start = 0; start < text.size();) {
+      std::size_t const end = std::min(text.find(' ', start), text.size());
+      PangoAttribute* const whole = pango_attr_allow_breaks_new(FALSE);
+      whole->start_index = static_cast<guint>(start);
+      whole->end_index = static_cast<guint>(end);
+      pango_attr_list_insert(look, whole);
+      start = end + 1;
+   }
+   gtk_label_set_attributes(label.gobj(), look);
+   pango_attr_list_unref(look);
 }
 
 } // namespace
@@ -84,8 +102,30 @@ void FitColumn(Gtk::TreeView& view, Gtk::TreeViewColumn& column,
    }
    Gtk::Label& title = MakeLabel(column.get_title(), 0.0F, 0.5F);
    title.set_line_wrap(true);
+   BreakAtBlanksOnly(title);
    title.set_size_request(width, -1);
    column.set_widget(title);
+}
+
+utf::string LeftToRight(utf::string const& text)
+{
+   constexpr char MARK[] = "\u200E";
+   constexpr char LAST_LATIN = 0x7E;
+   char const first = text.c_str()[0];
+   bool const isTurned =
+      Gtk::Widget::get_default_direction() == Gtk::TEXT_DIR_RTL && first > 0 && first <= LAST_LATIN;
+   return isTurned ? utf::string(MARK) + text : text;
+}
+
+void KeepLeftToRight(Gtk::TreeViewColumn& column)
+{
+   auto const turn = [](Gtk::CellRenderer* cell, Gtk::TreeIter const&) {
+      auto& text = dynamic_cast<Gtk::CellRendererText&>(*cell);
+      text.property_text() = LeftToRight(text.property_text().get_value());
+   };
+   if (Gtk::Widget::get_default_direction() == Gtk::TEXT_DIR_RTL) {
+      column.set_cell_data_func(*column.get_first_cell(), turn);
+   }
 }
 
 void SetUpSpin(Gtk::SpinButton& spin, double value, double lowest, double highest)

@@ -38,6 +38,12 @@ int GetLineHeight(Gtk::Widget& widget);
 void FitColumn(Gtk::TreeView& view, Gtk::TreeViewColumn& column,
                std::vector<utf::string> const& texts);
 
+// A text in Latin letters and digits, such as an address, so that it reads in its own direction
+// among those from right to left too. Others stay as they are.
+utf::string LeftToRight(utf::string const& text);
+// The same for whatever stands in a column's text cells.
+void KeepLeftToRight(Gtk::TreeViewColumn& column);
+
 // Whole numbers alone, one up or down at a time. Shows the spin button.
 void SetUpSpin(Gtk::SpinButton& spin, double value, double lowest, double highest);
 

@@ -122,6 +122,7 @@ void Editor::AppendColumn(char const* title, Gtk::TreeModelColumn<Glib::ustring>
    viewColumn.set_expand(false);
    viewColumn.pack_start(renderer, true);
    viewColumn.add_attribute(renderer.property_text(), column);
+   KeepLeftToRight(viewColumn);
    networkView.append_column(viewColumn);
    FitColumn(networkView, viewColumn, texts);
 }

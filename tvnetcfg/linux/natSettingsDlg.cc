@@ -4,6 +4,7 @@
 #include "base/panic.h"
 #include "cui/localString.hh"
 #include "tvnetcfg/common/network.hh"
+#include "tvnetcfg/linux/dlgParts.hh"
 #include "tvnetcfg/linux/mapPortDlg.hh"
 
 #include <algorithm>
@@ -126,8 +127,8 @@ void NatSettingsDlg::LoadSettings()
 {
    common::Network const& network = *nat->GetNetwork();
    networkLabel.set_text(common::Network::NetToString(network.GetIndex()));
-   subnetIPLabel.set_text(network.GetSubnetAddr());
-   subnetMaskLabel.set_text(network.GetSubnetMask());
+   subnetIPLabel.set_text(LeftToRight(network.GetSubnetAddr()));
+   subnetMaskLabel.set_text(LeftToRight(network.GetSubnetMask()));
    portForwards = nat->GetPortForwardList();
    LoadPortForwardList();
    activeFTPCheck.set_active(nat->GetAllowActiveFTP());

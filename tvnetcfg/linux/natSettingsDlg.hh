@@ -8,11 +8,11 @@
 #include "lui/frame.hh"
 #include "lui/iconLabelBox.hh"
 #include "lui/ipEntry.hh"
+#include "lui/leftToRightEntry.hh"
 #include "tvnetcfg/common/nat.hh"
 
 #include <gtkmm/cellrenderertext.h>
 #include <gtkmm/checkbutton.h>
-#include <gtkmm/entry.h>
 #include <gtkmm/liststore.h>
 #include <gtkmm/spinbutton.h>
 #include <gtkmm/treemodelcolumn.h>
@@ -108,7 +108,7 @@ private:
    lui::Button removeButton;
    lui::Button editButton;
    lui::IPEntry gatewayEntry;
-   Gtk::Entry prefixEntry;
+   lui::LeftToRightEntry prefixEntry;
    lui::Frame advancedFrame;
    Gtk::CheckButton activeFTPCheck;
    Gtk::CheckButton anyOUICheck;

@@ -166,6 +166,7 @@ void NatSettingsDlg::BuildTableColumns()
    view.append_column(
       cui::GetLocalString("@&!*@*@(msg.netcfg.linux.natSettings.description)Description"),
       columns.description);
+   KeepLeftToRight(*view.get_column(3));
    view.get_column(3)->set_expand(false);
    view.get_column(4)->set_expand(false);
    FitColumn(view, *view.get_column(0), {WIDEST_PORT});
