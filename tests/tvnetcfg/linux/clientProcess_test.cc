@@ -99,6 +99,25 @@ TEST_F(RootClientTest, FailedLoadIsShownWithItsFirstLineAndEndsWithStatus1)
       << "the server notices that its client has gone";
 }
 
+// As on most machines, where few locales are known.
+TEST_F(RootClientTest, SpeaksTheLanguageOfAnUnknownLocaleWithoutAWordAboutIt)
+{
+   TestProcess client = Start({{"LC_ALL", "de_QQ.UTF-8"}});
+   Desktop({"press", "Tavrin-Netzwerkeditor", "Abbrechen"});
+   EXPECT_TRUE(ExitedWith(client.Wait(), 0));
+   EXPECT_EQ("", client.GetOutput());
+}
+
+TEST_F(RootClientTest, TheServersRefusalIsInTheUsersLanguage)
+{
+   TestProcess client = Start(
+      {{"LC_ALL", "de_QQ.UTF-8"}, {"TAVRIN_DOUBLE_DB", dir.Write("database", "exists=false\n")}});
+   std::string const texts = Desktop({"texts", "tavrin-netcfg"});
+   EXPECT_NE(std::string::npos, texts.find("Fail\nDie Netzwerkkonfiguration fehlt.")) << texts;
+   client.Signal(SIGKILL);
+   EXPECT_TRUE(KilledBy(client.Wait(), SIGKILL));
+}
+
 TEST_F(RootClientTest, ServerKilledBeforeItAnswersGivesStatus1WithinASecond)
 {
    TestProcess client = Start({{"TAVRIN_DOUBLE_STOP_AT", "VNL_Load"}});

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Alt and a letter, in every window. What the keys are is asked of the windows themselves.
+#include "mnemonics.hh"
 #include "windowStates.hh"
 
 #include <gdk/gdkkeysyms.h>
@@ -12,38 +13,12 @@
 
 namespace {
 
+using test::FindMnemonics;
 using test::WindowState;
 using testing::UnorderedElementsAreArray;
 using Names = std::vector<std::string>;
 
 constexpr char letters[] = "abcdefghijklmnopqrstuvwxyz0123456789";
-
-// A label with a mnemonic, and whom it's meant for.
-struct Mnemonic {
-   std::string text;
-   Gtk::Widget* target;
-};
-
-Gtk::Widget* FindTarget(Gtk::Label& label)
-{
-   if (Gtk::Widget* const widget = label.get_mnemonic_widget()) {
-      return widget;
-   }
-   GtkWidget* const button = gtk_widget_get_ancestor(GTK_WIDGET(label.gobj()), GTK_TYPE_BUTTON);
-   return button ? Glib::wrap(button) : nullptr;
-}
-
-std::multimap<unsigned int, Mnemonic> FindMnemonics(Gtk::Window& window)
-{
-   std::multimap<unsigned int, Mnemonic> mnemonics;
-   for (Gtk::Label* const label : test::gtk::FindAll<Gtk::Label>(window)) {
-      unsigned int const key = gdk_keyval_to_lower(label->get_mnemonic_keyval());
-      if (key != GDK_KEY_VoidSymbol) {
-         mnemonics.insert({key, {label->get_label(), FindTarget(*label)}});
-      }
-   }
-   return mnemonics;
-}
 
 // Counts the clicks that keys make; the buttons of dialogs do nothing meanwhile.
 class Clicks {
