@@ -96,6 +96,9 @@ class HelpPagesTest(unittest.TestCase):
     def links(self, language, name):
         return [link.get("href") for link in self.elements(language, name, "a")]
 
+    def test_there_are_english_and_german_pages(self):
+        self.assertEqual(["C", "de"], LANGUAGES)
+
     def test_every_language_has_every_page_and_no_other(self):
         for language in LANGUAGES:
             self.assertEqual(PAGES, {file.name for file in (HELP / language).iterdir()}, language)

@@ -319,6 +319,10 @@ TEST_F(HelpTest, PagesSpeakTheProgramsLanguageAndEnglishElse)
 {
    using testing::EndsWith;
    {
+      Languages const languages("xx:de_AT:fr");
+      EXPECT_THAT(FindHelpPage("IDH_TVNET_NAT"), EndsWith("/help/de/nat.html"));
+   }
+   {
       Languages const languages("xx:yy");
       EXPECT_THAT(FindHelpPage("IDH_TVNET_NAT"), EndsWith("/help/C/nat.html"));
    }
