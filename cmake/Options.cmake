@@ -12,6 +12,15 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 
+# Where the service manager looks for units. A package of Debian 12 has them in /lib, which its tools
+# know, though that is a link to /usr/lib.
+if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+  set(unit_dir /lib/systemd/system)
+else()
+  set(unit_dir ${CMAKE_INSTALL_PREFIX}/lib/systemd/system)
+endif()
+set(TAVRIN_UNIT_DIR ${unit_dir} CACHE PATH "Folder of the service manager's units")
+
 find_program(CCACHE ccache)
 if(CCACHE)
   set(CMAKE_C_COMPILER_LAUNCHER ${CCACHE})

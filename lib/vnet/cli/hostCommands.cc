@@ -93,8 +93,9 @@ int Program::Watch(std::string const& runFolder)
 {
    RequirePrivilege("watch");
    auto watched = place;
-   if (!runFolder.empty()) {
+   if (!runFolder.empty() && runFolder != place.runFolder) {
       watched.runFolder = runFolder;
+      watched.units = nullptr;
    }
    try {
       return RunWatcher(watched);

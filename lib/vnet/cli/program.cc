@@ -4,6 +4,7 @@
 #include "base/productState.h"
 #include "vnet/cli/help.hh"
 #include "vnet/values/error.hh"
+#include "vnet/watch/hostUnits.hh"
 #include "vnet/watch/watcherControl.hh"
 
 namespace vnet::cli {
@@ -12,8 +13,9 @@ Program::Program(Output& where, base::FileDescriptor documentToApply)
    : output(where), documentFile(std::move(documentToApply))
 {
    auto const folder = place.runFolder;
-   place.ensureWatcher = [folder] { watch::EnsureWatcher(folder); };
-   place.stopWatcher = [folder] { watch::StopWatcher(folder); };
+   place.units = watch::FindHostUnits(folder);
+   place.ensureWatcher = [units = place.units, folder] { watch::EnsureWatcher(units, folder); };
+   place.stopWatcher = [units = place.units, folder] { watch::StopWatcher(units, folder); };
    databasePlace.file = place.databaseFolder + "/networking";
    databasePlace.lockFolder = folder;
 }

@@ -5,6 +5,7 @@
 #include "vnet/process/dnsmasq.hh"
 #include "vnet/process/smallFile.hh"
 #include "vnet/services/dnsmasqConfig.hh"
+#include "vnet/values/error.hh"
 
 #include <filesystem>
 #include <unistd.h>
@@ -13,11 +14,7 @@ namespace vnet::engine {
 
 namespace {
 
-process::Dnsmasq Make(services::WantedDnsmasq const& place)
-{
-   return process::Dnsmasq({place.configurationPath, place.optionsPath, place.serversPath,
-                            place.pidPath, place.leasePath});
-}
+constexpr char program[] = "/usr/sbin/dnsmasq";
 
 process::DnsmasqTexts MakeTexts(services::WantedDnsmasq const& wanted, int link)
 {
@@ -27,10 +24,19 @@ process::DnsmasqTexts MakeTexts(services::WantedDnsmasq const& wanted, int link)
 } // namespace
 
 DnsmasqService::DnsmasqService(Host& hostOfCaller, std::string bridgeName,
-                               services::HostFacts const& factsOfHost)
+                               services::HostFacts const& factsOfHost,
+                               std::shared_ptr<process::Units> const& units)
    : host(hostOfCaller), bridge(std::move(bridgeName)),
-     place(services::PlaceDnsmasq(bridge, factsOfHost))
+     place(services::PlaceDnsmasq(bridge, factsOfHost)), unit{units,
+                                                              "tavrin-dhcp@" + bridge + ".service"}
 {}
+
+process::Dnsmasq DnsmasqService::Make(services::WantedDnsmasq const& where) const
+{
+   return process::Dnsmasq({where.configurationPath, where.optionsPath, where.serversPath,
+                            where.pidPath, where.leasePath},
+                           program, unit);
+}
 
 int DnsmasqService::GetLink() const
 {
@@ -58,6 +64,20 @@ void DnsmasqService::Apply(std::optional<services::WantedDnsmasq> const& wanted)
       Make(*wanted).Apply(MakeTexts(*wanted, GetLink()));
    } else if (!Runs(wanted)) {
       Make(place).Stop();
+   }
+}
+
+std::string DnsmasqService::Remark() const
+{
+   if (!unit || IsRunning()) {
+      return {};
+   }
+   try {
+      auto const state = unit.GetState();
+      auto const help = state == "failed" ? "journalctl -u " + unit.name : "tavrin-vnets start";
+      return "serve " + bridge + ": " + unit.name + " is " + state + "; see \"" + help + "\"";
+   } catch (Error const& error) {
+      return error.what();
    }
 }
 

@@ -66,7 +66,7 @@ std::vector<WantedForward> OnNewPorts(std::vector<WantedForward> forwards,
 Network::Network(Shared const& parts, unsigned int networkIndex)
    : shared(parts), index(networkIndex), name(GetNetworkName(index)),
      notes(shared.facts.runFolder, index), bridge(shared.host, MakeBridge(index)),
-     addresses(shared.host, name), dnsmasq(shared.host, name, shared.facts)
+     addresses(shared.host, name), dnsmasq(shared.host, name, shared.facts, shared.units)
 {}
 
 void Network::Apply(WantedNetwork const& wanted)

@@ -28,6 +28,7 @@ struct Shared {
    DockerChain& docker;
    HostSwitches& switches;
    services::HostFacts const& facts;
+   std::shared_ptr<process::Units> units;
 };
 
 // Every step compares first and does no more than it has to.
@@ -48,6 +49,8 @@ public:
    // Whether someone else's device has the bridge's name.
    bool IsForeign() const { return bridge.IsForeign(); }
    bool RunsDnsmasq() const { return dnsmasq.IsRunning(); }
+   // Why none runs that should; empty if that isn't known.
+   std::string RemarkDnsmasq() const { return dnsmasq.Remark(); }
    // What is plugged into the bridge beside an adapter.
    std::vector<std::string> ListPlugged() const { return bridge.ListPlugged(); }
    Notes const& GetNotes() const { return notes; }

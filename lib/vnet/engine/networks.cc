@@ -58,7 +58,7 @@ void Networks::Refresh()
 
 Network Networks::GetNetwork(unsigned int index)
 {
-   return Network({host, rules, bridging, docker, switches, *facts}, index);
+   return Network({host, rules, bridging, docker, switches, *facts, place.units}, index);
 }
 
 // Of one that the database doesn't hold, a bridge is left as long as something is plugged in.
@@ -228,6 +228,9 @@ Report Networks::Look(Settings const& settings, unsigned int index)
    report.remarks = ListRemarks(wanted);
    if (report.state == State::Running) {
       report.obstacles = obstacles.Find(now);
+      if (auto const remark = now.dnsmasq ? network.RemarkDnsmasq() : ""; !remark.empty()) {
+         report.remarks.push_back(remark);
+      }
    }
    if (report.state == State::Running || report.state == State::Stopped) {
       report.differences = network.Compare(now);

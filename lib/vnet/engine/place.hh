@@ -2,7 +2,10 @@
 // Where an engine works.
 #pragma once
 
+#include "vnet/process/units.hh"
+
 #include <functional>
+#include <memory>
 #include <string>
 
 namespace vnet::engine {
@@ -16,6 +19,8 @@ struct Place {
    std::string configFile = "/etc/tavrin/config";
    std::string resolvFile = "/etc/resolv.conf"; // resolv.conf(5)
 
+   // Who keeps the networks' dnsmasqs; null: we do.
+   std::shared_ptr<process::Units> units;
    // The resident watcher: called when a network runs, and when the last one went. Either may be
    // empty, as in the watcher itself. They may throw Error.
    std::function<void()> ensureWatcher;

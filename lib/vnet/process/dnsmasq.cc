@@ -59,9 +59,9 @@ void LogLines(std::string const& text)
 
 } // namespace
 
-Dnsmasq::Dnsmasq(DnsmasqFiles filesOfNetwork, std::string programPath)
+Dnsmasq::Dnsmasq(DnsmasqFiles filesOfNetwork, std::string programPath, Unit unitOfNetwork)
    : files(std::move(filesOfNetwork)), program(Resolve(programPath)),
-     record(FindFolder(files.configuration) + "/dnsmasq.process")
+     unit(std::move(unitOfNetwork)), record(FindFolder(files.configuration) + "/dnsmasq.process")
 {}
 
 std::vector<std::string> Dnsmasq::GetArguments() const
@@ -78,9 +78,27 @@ bool Dnsmasq::IsOurs(ProcessFacts const& facts) const
 
 std::optional<ProcessFacts> Dnsmasq::FindRunning() const
 {
-   auto const facts = record.FindLiving(program);
+   auto const facts = FindRecorded();
    bool const stopped = facts && facts->state == 'T';
    return facts && IsOurs(*facts) && !stopped ? facts : std::nullopt;
+}
+
+// A unit's that died was started anew by the manager. As long as there is a record, it has read the
+// very files that the record stands for.
+std::optional<ProcessFacts> Dnsmasq::FindRecorded() const
+{
+   auto const facts = record.FindLiving(program);
+   return facts || !unit || !record.Read() ? facts : FindNamed();
+}
+
+// The one that dnsmasq's own file names. That may have become its user's, so what it names has to
+// be looked at.
+std::optional<ProcessFacts> Dnsmasq::FindNamed() const
+{
+   auto const text = ReadSmallFile(files.pid).value_or("");
+   pid_t pid = 0;
+   std::from_chars(text.data(), text.data() + text.size(), pid);
+   return pid > 0 ? FindProcess(pid) : std::nullopt;
 }
 
 bool Dnsmasq::IsRunning() const
@@ -152,15 +170,31 @@ bool Dnsmasq::HasLeftovers() const
 // all processes of the host takes its time.
 bool Dnsmasq::EndAll() const
 {
-   bool ended = false;
-   if (auto const running = FindRunning()) {
-      ended = End(*running);
-      record.Remove();
-   } else if (HasLeftovers()) {
-      record.Remove();
-      ended = EndStrays();
+   auto const running = FindRunning();
+   if (!running && !HasLeftovers()) {
+      return false;
    }
+   EndUnit();
+   if (!running) {
+      record.Remove();
+      return EndStrays();
+   }
+   bool const ended = End(*running) || unit;
+   record.Remove();
    return ended;
+}
+
+// A manager that can't be asked doesn't keep us from ending it. One that is asked to end is not
+// started anew.
+void Dnsmasq::EndUnit() const
+{
+   try {
+      if (unit) {
+         unit.Stop();
+      }
+   } catch (Error const& error) {
+      Warning("%s\n", error.what());
+   }
 }
 
 // One that just starts may make another while we look.
@@ -201,10 +235,19 @@ void Dnsmasq::WriteFiles(DnsmasqTexts const& texts) const
    ReplaceFile(files.configuration, texts.configuration);
 }
 
+void Dnsmasq::Launch(bool interrupted) const
+{
+   if (unit) {
+      unit.Start();
+   } else {
+      LaunchOwn(interrupted);
+   }
+}
+
 // The first process is killed with us: else it could take its place after whoever comes next looked
 // for strays. What it made by then is found by its arguments. One that is just dying has lost its
 // arguments and has its sockets for a moment longer.
-void Dnsmasq::Launch(bool interrupted) const
+void Dnsmasq::LaunchOwn(bool interrupted) const
 {
    for (int attempt = 1;; ++attempt) {
       auto const completion = RunToEnd(
@@ -224,13 +267,10 @@ void Dnsmasq::Launch(bool interrupted) const
 }
 
 // The first process ends when the one that stays has bound its sockets, given its rights up and
-// written its number down. The file may have become its user's, so what it names is looked at.
+// written its number down.
 Identity Dnsmasq::ReadStarted() const
 {
-   auto const text = ReadSmallFile(files.pid).value_or("");
-   pid_t pid = 0;
-   std::from_chars(text.data(), text.data() + text.size(), pid);
-   auto const facts = pid > 0 ? FindProcess(pid) : std::nullopt;
+   auto const facts = FindNamed();
    if (!facts || !IsOurs(*facts)) {
       throw Error("start", "dnsmasq with " + files.configuration, "it is gone again");
    }

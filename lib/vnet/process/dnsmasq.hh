@@ -4,6 +4,7 @@
 
 #include "vnet/process/pidFile.hh"
 #include "vnet/process/runningProcess.hh"
+#include "vnet/process/units.hh"
 
 #include <cstdint>
 #include <optional>
@@ -34,12 +35,15 @@ struct DnsmasqTexts {
 
 enum class DnsmasqChange { None, Reloaded, Started, Restarted };
 
-// The process outlives us, and is known again by whoever comes after us: by a file with its number
-// and start, which is written last and removed before anything changes; so one that an earlier
-// process left half done has no such file, is found by its arguments, and is replaced.
+// The process outlives us, be it of a unit's or not, and is known again by whoever comes after us:
+// by a file with its number and start, which is written last and removed before anything changes;
+// so one that an earlier process left half done has no such file, is found by its arguments, and is
+// replaced.
 class Dnsmasq {
 public:
-   explicit Dnsmasq(DnsmasqFiles filesOfNetwork, std::string programPath = "/usr/sbin/dnsmasq");
+   // With a unit, that one has to run just this program with this configuration.
+   explicit Dnsmasq(DnsmasqFiles filesOfNetwork, std::string programPath = "/usr/sbin/dnsmasq",
+                    Unit unitOfNetwork = {});
 
    // Whether one runs, with whatever texts.
    bool IsRunning() const;
@@ -55,11 +59,14 @@ public:
 private:
    DnsmasqFiles files;
    std::string program;
+   Unit unit;
    PidFile record;
 
    std::vector<std::string> GetArguments() const;
    bool IsOurs(ProcessFacts const& facts) const;
    std::optional<ProcessFacts> FindRunning() const;
+   std::optional<ProcessFacts> FindRecorded() const;
+   std::optional<ProcessFacts> FindNamed() const;
    bool HasConfiguration(DnsmasqTexts const& texts) const;
    // What SIGHUP makes it read.
    bool HasReloaded(DnsmasqTexts const& texts) const;
@@ -68,10 +75,12 @@ private:
    // These tell whether there was one to end.
    bool HasLeftovers() const;
    bool EndAll() const;
+   void EndUnit() const;
    bool EndStrays() const;
    bool End(ProcessFacts const& facts) const;
    void WriteFiles(DnsmasqTexts const& texts) const;
    void Launch(bool interrupted) const;
+   void LaunchOwn(bool interrupted) const;
    Identity ReadStarted() const;
 };
 

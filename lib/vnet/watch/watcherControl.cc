@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vnet/watch/watcherControl.hh"
 
+#include "base/log.h"
 #include "vnet/process/childProcess.hh"
 #include "vnet/values/error.hh"
+#include "vnet/watch/hostUnits.hh"
 #include "vnet/watch/watcherRecord.hh"
 
 #include <cerrno>
@@ -56,6 +58,31 @@ void Start(std::string const& runFolder, std::string const& program)
 }
 
 } // namespace
+
+// The manager runs no second one. It reads the database when it has the lock for the first time,
+// and is noted then.
+void EnsureWatcher(std::shared_ptr<process::Units> const& units, std::string const& runFolder)
+{
+   if (!units || IsWatcherRunning(runFolder)) {
+      EnsureWatcher(runFolder);
+   } else {
+      units->Start(watcherUnit);
+   }
+}
+
+// The manager first, so that it doesn't start it again. One that can't be asked doesn't keep us
+// from ending it.
+void StopWatcher(std::shared_ptr<process::Units> const& units, std::string const& runFolder)
+{
+   try {
+      if (units) {
+         units->Stop(watcherUnit);
+      }
+   } catch (Error const& error) {
+      Warning("%s\n", error.what());
+   }
+   StopWatcher(runFolder);
+}
 
 void EnsureWatcher(std::string const& runFolder, std::string const& program)
 {

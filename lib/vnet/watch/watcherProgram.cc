@@ -61,7 +61,12 @@ std::string FindWatcherProgram()
    }
    auto const library = FindOwnLibrary();
    auto const beside = library ? FindBeside(*library) : std::nullopt;
-   return beside ? *beside : fs::path(TAVRIN_VNETS_PATH);
+   return beside ? beside->string() : GetInstalledWatcherProgram();
+}
+
+std::string GetInstalledWatcherProgram()
+{
+   return TAVRIN_VNETS_PATH;
 }
 
 } // namespace vnet::watch

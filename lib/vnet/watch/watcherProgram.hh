@@ -10,5 +10,7 @@ namespace vnet::watch {
 // this code is a library of one, and else the installed one. What an environment says counts for
 // nothing, as this process may have more rights than whoever started it. The file may be missing.
 std::string FindWatcherProgram();
+// The installed one, which may be missing.
+std::string GetInstalledWatcherProgram();
 
 } // namespace vnet::watch

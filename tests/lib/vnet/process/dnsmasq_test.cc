@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vnet/process/dnsmasq.hh"
 
-#include "support/netlab/dhcpClient.hh"
-#include "support/netlab/lab.hh"
-#include "support/netlab/udp.hh"
+#include "lib/vnet/process/dnsmasqTest.hh"
+#include "support/netlab/endpoint.hh"
+#include "support/testProcess.hh"
 #include "support/trace/tracedRun.hh"
 #include "vnet/process/serviceUser.hh"
 #include "vnet/process/smallFile.hh"
-#include "vnet/values/error.hh"
 
 #include <csignal>
 #include <filesystem>
@@ -23,107 +22,6 @@ namespace {
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::StartsWith;
-
-constexpr char const* folder = "/run/tavrin/tvnet8";
-constexpr char const* leases = "/var/lib/tavrin/tvnet8/leases";
-
-// A question for version.bind, which dnsmasq answers by itself: RFC 1035, 4.1.
-std::string MakeQuestion()
-{
-   std::string const header("\x12\x34\x01\x00\x00\x01\x00\x00\x00\x00\x00\x00", 12);
-   std::string const name("\x07version\x04"
-                          "bind\x00",
-                          14);
-   return header + name + std::string("\x00\x10\x00\x03", 4);
-}
-
-DnsmasqFiles GetFiles()
-{
-   std::string const base = folder;
-   return {base + "/dnsmasq.conf", base + "/dnsmasq.options", base + "/dnsmasq.servers",
-           base + "/dnsmasq.pid", leases};
-}
-
-class DnsmasqTest : public netlab::LabTest {
-protected:
-   void SetUp() override
-   {
-      LabTest::SetUp();
-      if (IsSkipped()) {
-         return;
-      }
-      GetHost().Command("ip link add tvnet8 type bridge");
-      netlab::Connect(guest, "eth0", GetHost(), "guest");
-      GetHost().Command("ip link set guest master tvnet8");
-      GetHost().AddAddress("tvnet8", "192.168.8.254/24");
-      texts.configuration = MakeConfiguration();
-      texts.options = "option:mtu,1400\n";
-      texts.link = 5;
-      isReady = true;
-   }
-
-   void TearDown() override
-   {
-      // Also after a test that is skipped halfway.
-      if (isReady) {
-         dnsmasq.Stop();
-      }
-   }
-
-   std::string MakeConfiguration() const
-   {
-      auto const service = FindServiceUser();
-      auto const files = GetFiles();
-      return "user=" + service.user + "\ngroup=" + service.group + "\npid-file=" + files.pid +
-             "\ndhcp-optsfile=" + files.options + "\ndhcp-leasefile=" + files.leases +
-             "\ninterface=tvnet8\nexcept-interface=lo\nbind-interfaces\nno-hosts\nno-resolv\n"
-             "no-ping\ndhcp-authoritative\ndhcp-range=192.168.8.128,192.168.8.253,1800\n";
-   }
-
-   std::vector<ProcessFacts> ListRunning() const
-   {
-      auto running =
-         FindProcesses({"/usr/sbin/dnsmasq", "--conf-file=" + GetFiles().configuration});
-      // Another test may run one with the same path meanwhile, but in a network of its own.
-      std::erase_if(running, [](ProcessFacts const& facts) { return facts.sameNetwork != true; });
-      return running;
-   }
-
-   pid_t GetOnlyPid() const
-   {
-      auto const running = ListRunning();
-      EXPECT_EQ(1u, running.size());
-      return running.empty() ? 0 : running[0].identity.pid;
-   }
-
-   bool Answers()
-   {
-      return netlab::AskUdp(GetHost(), {"192.168.8.254", 53}, MakeQuestion(),
-                            test::Milliseconds(500))
-         .has_value();
-   }
-
-   std::optional<std::uint32_t> LeaseMtu() const
-   {
-      auto const lease = netlab::DhcpClient(guest, "eth0").Acquire();
-      return lease ? lease->GetNumber(netlab::option::mtu) : std::nullopt;
-   }
-
-   std::string GetFailure(Dnsmasq const& failing) const
-   {
-      try {
-         failing.Apply(texts);
-      } catch (Error const& error) {
-         return error.what();
-      }
-      return "";
-   }
-
-   bool isReady = false;
-   netlab::Namespace guest;
-   DnsmasqTexts texts;
-   Dnsmasq dnsmasq{GetFiles()};
-};
 
 TEST_F(DnsmasqTest, AnswersWhenTheStartReturns)
 {
@@ -191,14 +89,11 @@ TEST_F(DnsmasqTest, FilesThatSomeoneChangedArePutRight)
 TEST_F(DnsmasqTest, AKilledOneIsNoticedAndReplaced)
 {
    dnsmasq.Apply(texts);
-   auto const killed = ListRunning().at(0).identity;
-   auto const handle = ProcessHandle::Open(killed);
-   handle->Signal(SIGKILL);
-   ASSERT_TRUE(handle->WaitForEnd(test::patience));
+   pid_t const killed = KillOnly();
    EXPECT_FALSE(dnsmasq.IsRunning());
    EXPECT_FALSE(dnsmasq.Runs(texts));
    EXPECT_EQ(DnsmasqChange::Started, dnsmasq.Apply(texts));
-   EXPECT_NE(killed.pid, GetOnlyPid());
+   EXPECT_NE(killed, GetOnlyPid());
    EXPECT_TRUE(Answers());
 }
 
