@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <gtk/gtk.h>
-#include <libintl.h>
 #include <string>
 #include <system_error>
 
@@ -69,11 +68,6 @@ bool InitLocalization()
    }
    cui::SetCatalogueDirectory(FindCatalogues().c_str());
    return isKnown;
-}
-
-void KeepSystemTexts()
-{
-   bindtextdomain("libc", "/nonexistent");
 }
 
 } // namespace lui::Utils

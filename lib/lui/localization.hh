@@ -9,7 +9,4 @@ namespace lui::Utils {
 // without any locale too.
 bool InitLocalization();
 
-// Keeps the C library's own texts, such as those of strerror(3), as they are in every language.
-void KeepSystemTexts();
-
 } // namespace lui::Utils

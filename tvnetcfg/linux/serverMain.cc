@@ -6,7 +6,7 @@
 #include "base/privilege.h"
 #include "cui/localString.hh"
 #include "lui/channel.hh"
-#include "lui/localization.hh"
+#include "lui/systemTexts.hh"
 #include "tvnetcfg/common/editable.hh"
 #include "tvnetcfg/mgr/mgr.hh"
 #include "vnet/vnetlib.h"

@@ -3,6 +3,7 @@
 // argument, a text of the system's that is to stay as it is.
 #include "cui/localString.hh"
 #include "lui/localization.hh"
+#include "lui/systemTexts.hh"
 
 #include <cerrno>
 #include <cstdio>
