@@ -1,8 +1,11 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""A polkit agent of one process, as a desktop has one for its session: agent.py cancel|PASSWORD PID
+"""A polkit agent of one process, as a desktop has one for its session.
 
-Says "ready" when it is registered. It answers each request by dismissing it, or with the password.
+    agent.py cancel|PASSWORD PID LOCALE
+
+Says "ready" when it is registered, then what it is asked, in the language of the locale. It answers
+each request by dismissing it, or with the password.
 """
 import subprocess
 import sys
@@ -47,7 +50,7 @@ def authenticate(cookie, password):
 
 def on_call(_bus, _sender, _path, _interface, method, arguments, invocation):
     if method == "BeginAuthentication":
-        print(f"asked: {arguments[0]}", flush=True)
+        print(f"asked: {arguments[0]}: {arguments[1]}", flush=True)
         if sys.argv[1] == "cancel":
             invocation.return_dbus_error("org.freedesktop.PolicyKit1.Error.Cancelled", "dismissed")
             return
@@ -67,6 +70,6 @@ subject = ("unix-process", {"pid": GLib.Variant("u", process),
                             "start-time": GLib.Variant("t", start_time(process))})
 bus.call_sync("org.freedesktop.PolicyKit1", "/org/freedesktop/PolicyKit1/Authority",
               "org.freedesktop.PolicyKit1.Authority", "RegisterAuthenticationAgent",
-              GLib.Variant("((sa{sv})ss)", (subject, "C.UTF-8", PATH)), None, 0, -1)
+              GLib.Variant("((sa{sv})ss)", (subject, sys.argv[3], PATH)), None, 0, -1)
 print("ready", flush=True)
 GLib.MainLoop().run()

@@ -10,7 +10,7 @@ import subprocess
 
 import polkit
 from check import check, equal, run, skip, step
-from editor import BUILD, Launch
+from editor import BUILD, PROGRAM, Launch
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 
@@ -45,7 +45,8 @@ def story():
     os.environ["AT_SPI_BUS_ADDRESS"] = subprocess.run(
         [polkit.ACCESSIBLY, "printenv", "AT_SPI_BUS_ADDRESS"], check=True, text=True,
         stdout=subprocess.PIPE).stdout.strip()
-    polkit.start()
+    # As the client names it to pkexec.
+    polkit.start(f"{os.path.realpath(BUILD)}/lib/../{PROGRAM}")
     if not can_read_program():
         skip(f"an ordinary user may not read {BUILD}")
 

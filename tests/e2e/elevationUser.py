@@ -10,23 +10,26 @@ from check import check, equal, run
 from editor import BUILD, PROGRAM, Launch, servers, titles
 
 HERE = os.path.dirname(os.path.abspath(__file__))
+MESSAGE = "Authentication is required to edit the virtual networks of this computer"
+GERMAN_MESSAGE = ("Zum Bearbeiten der virtuellen Netzwerke dieses Rechners ist eine Anmeldung "
+                  "erforderlich")
 
 
 class AskedLaunch(Launch):
     """A launch in a session whose agent answers so."""
 
-    def __init__(self, answer):
+    def __init__(self, answer, locale="C.UTF-8"):
         reader, writer = os.pipe()
         # A process that becomes the program once the agent knows it.
         super().__init__(command=["/bin/sh", "-c", f'read -r _ <&{reader}; exec "$0"',
                                   f"{BUILD}/{PROGRAM}"], passed=(reader,))
-        self.agent = subprocess.Popen([f"{HERE}/agent.py", answer, str(self.process.pid)],
-                                      stdout=subprocess.PIPE, text=True)
+        self.agent = subprocess.Popen([f"{HERE}/agent.py", answer, str(self.process.pid),
+                                       locale], stdout=subprocess.PIPE, text=True)
         equal("ready\n", self.agent.stdout.readline(), "the agent")
         os.write(writer, b"\n")
 
-    def expect_question(self):
-        equal("asked: org.freedesktop.policykit.exec\n", self.agent.stdout.readline(),
+    def expect_question(self, message=MESSAGE):
+        equal(f"asked: {polkit.ACTION}: {message}\n", self.agent.stdout.readline(),
               "the agent's question")
 
     def wait(self, status=0):
@@ -92,8 +95,8 @@ def wrong():
 
 
 def cancelled():
-    launch = AskedLaunch("cancel")
-    launch.expect_question()
+    launch = AskedLaunch("cancel", "de_DE.UTF-8")
+    launch.expect_question(GERMAN_MESSAGE)
     expect_nothing(launch, "pkexec: the request for the password was dismissed")
 
 

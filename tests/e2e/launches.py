@@ -2,15 +2,18 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """Launches that don't lead to a new editor, and the dialogs that tell why."""
 import os
+import re
 import subprocess
 import sys
 
-from check import check, equal, run, step, until
-from editor import PROGRAM, TITLE, Launch, Window, titles
-from host import TOOLS
+from check import DEADLINE, check, equal, run, step, until
+from editor import BUILD, PROGRAM, TITLE, Launch, Window, titles
+from gi.repository import Gio, GLib
+from host import TOOLS, command_lines
 
 AS_USER = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../support/as-user")
 DATABASE = "/etc/tavrin/networking"
+NAME = "org.tavrin.NetCfg"
 NO_TOOL = ("tavrin-netcfg needs pkexec or gnomesu to obtain root previlege. Please install pkexec or "
            "gnomesu first, and then launch tavrin-netcfg again")
 MISSING = ("Fail\nNetwork configuration is missing. Ensure that /etc/tavrin/networking exists.")
@@ -46,12 +49,28 @@ def launch_twice():
     until(lambda: not titles(), "the window closes")
 
 
+def run_apart(story_name, *wrappers, environment=None):
+    """Another story of this file, with a display and a session of its own."""
+    done = subprocess.run([f"{TOOLS}/on-display", *wrappers, f"{TOOLS}/on-bus",
+                           os.path.abspath(__file__), story_name],
+                          env={**os.environ, **(environment or {})}, check=False)
+    equal(0, done.returncode, f"the story {story_name}")
+
+
 def launch_without_tool():
-    """In a user namespace where nobody is root, with a display and a session of its own."""
+    """In a user namespace where nobody is root."""
     os.makedirs("/run/empty", exist_ok=True)
-    done = subprocess.run([f"{TOOLS}/on-display", AS_USER, f"{TOOLS}/on-bus",
-                           os.path.abspath(__file__), "noTool"], check=False)
-    equal(0, done.returncode, "the launch by an ordinary user")
+    run_apart("noTool", AS_USER)
+
+
+def launch_by_bus():
+    """On a bus that knows our service file, but for the program's place."""
+    with open(f"{BUILD}/data/desktop/{NAME}.service") as file:
+        service = re.sub(r"(?m)^Exec=.*/", f"Exec={os.path.realpath(BUILD)}/", file.read())
+    os.makedirs("/run/data/dbus-1/services")
+    with open(f"/run/data/dbus-1/services/{NAME}.service", "w") as file:
+        file.write(service)
+    run_apart("byBus", environment={"XDG_DATA_HOME": "/run/data"})
 
 
 def read_database():
@@ -76,6 +95,8 @@ def launch_without_database():
 def story():
     step("a second launch ends, and brings the window of the first to the front")
     launch_twice()
+    step("a desktop starts it by its name on the bus, and brings its window to the front")
+    launch_by_bus()
     step("a launch without any elevation tool says which are needed")
     launch_without_tool()
     good = read_database()
@@ -97,8 +118,35 @@ def story():
     equal(good, read_database(), "the database")
 
 
+def activate():
+    """As a desktop starts what its menu shows."""
+    bus = Gio.bus_get_sync(Gio.BusType.SESSION)
+    bus.call_sync(NAME, f"/{NAME.replace('.', '/')}", "org.freedesktop.Application", "Activate",
+                  GLib.Variant("(a{sv})", ({},)), None, Gio.DBusCallFlags.NONE,
+                  int(DEADLINE * 1000))
+
+
+def is_running():
+    return any(words[0].endswith(f"/{PROGRAM}") for _, words in command_lines() if words)
+
+
+def by_bus_story():
+    activate()
+    editor = Window(TITLE)
+    editor.press("Add Network...")
+    adding = Window("Add Virtual Network")
+    adding.focus("Cancel")
+    until(adding.is_active, "the dialog has the keyboard")
+    activate()
+    until(editor.is_active, "the window comes to the front")
+    equal(["Add Virtual Network", TITLE], titles(), "the windows")
+    adding.press("Cancel")
+    editor.press("Cancel")
+    until(lambda: not is_running(), "client and server end")
+
+
 def no_tool_story():
     expect_warning(Launch(environment={"PATH": "/run/empty"}), NO_TOOL)
 
 
-run(no_tool_story if sys.argv[1:] == ["noTool"] else story)
+run({"noTool": no_tool_story, "byBus": by_bus_story}[sys.argv[1]] if sys.argv[1:] else story)

@@ -1,6 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """A system bus and a polkit daemon of the sandbox's own, and users for them. To be used as root."""
 import os
+import re
+import shutil
 import subprocess
 import tempfile
 
@@ -14,6 +16,9 @@ from host import TOOLS  # noqa: E402
 
 ACCESSIBLY = os.path.join(os.path.dirname(os.path.abspath(__file__)), "on-accessibility")
 DAEMON = "/usr/lib/polkit-1/polkitd"
+ACTIONS = "/usr/share/polkit-1/actions"
+# What the policy that we install is about.
+ACTION = "org.tavrin.NetCfg.edit"
 BUS = "/run/dbus/system_bus_socket"
 HOME = "/run/home"
 # Whoever knows this password may be root.
@@ -43,15 +48,15 @@ BUS_CONFIG = f"""<busconfig>
 </busconfig>
 """
 
+# What they don't settle is as the policy says.
 RULES = """
 polkit.addAdminRule(function(action, subject) { return ["unix-user:%s"]; });
 polkit.addRule(function(action, subject) {
-    if (action.id == "org.freedesktop.policykit.exec") {
-        return { trusted: polkit.Result.YES, refused: polkit.Result.NO }[subject.user] ||
-            polkit.Result.AUTH_ADMIN;
+    if (action.id == "%s") {
+        return { trusted: polkit.Result.YES, refused: polkit.Result.NO }[subject.user];
     }
 });
-""" % KEEPER
+""" % (KEEPER, ACTION)
 
 
 def _append(path, text):
@@ -97,8 +102,17 @@ def _is_answering():
         return False
 
 
-def start():
-    """Starts both daemons; they end with the sandbox."""
+def _offer_policy(program):
+    """Our policy beside the system's, but for the program's place."""
+    with open(f"{os.environ['SANDBOX_BUILD']}/data/desktop/org.tavrin.NetCfg.policy") as file:
+        policy = re.sub(r"(exec\.path\">)[^<]*", rf"\g<1>{program}", file.read())
+    shutil.copytree(ACTIONS, "/run/actions")
+    _write("/run/actions/org.tavrin.NetCfg.policy", policy)
+    subprocess.run(["mount", "--bind", "/run/actions", ACTIONS], check=True)
+
+
+def start(program):
+    """Starts both daemons; they end with the sandbox. Our policy is about the program."""
     if not os.access(DAEMON, os.X_OK):
         skip("polkitd isn't installed")
     _write("/run/dbus.conf", BUS_CONFIG)
@@ -106,6 +120,7 @@ def start():
     subprocess.Popen(["dbus-daemon", "--config-file=/run/dbus.conf", "--nofork", "--nopidfile"])
     until(lambda: os.path.exists(BUS), "the system bus listens")
     _write("/etc/polkit-1/rules.d/01-story.rules", RULES)
+    _offer_policy(program)
     make_users(KEEPER, "trusted", "refused", "asked")
     set_password(KEEPER, PASSWORD)
     subprocess.Popen([DAEMON, "--no-debug"])
