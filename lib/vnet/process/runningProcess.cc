@@ -208,12 +208,14 @@ std::optional<ProcessHandle> ProcessHandle::Open(Identity const& identity)
       }
       throw Error("hold", "process " + std::to_string(identity.pid), std::strerror(errno));
    }
+   ProcessHandle handle(identity, std::move(descriptor));
    // Looked at again now that the number can't change hands under us.
    auto const facts = FindProcess(identity.pid);
-   if (!facts || facts->identity != identity) {
-      return {};
+   if (!facts && !handle.WaitForEnd(std::chrono::milliseconds::zero())) {
+      throw Error("hold", "process " + std::to_string(identity.pid), "It can't be looked at");
    }
-   return ProcessHandle(identity, std::move(descriptor));
+   bool const same = facts && facts->identity == identity;
+   return same ? std::optional(std::move(handle)) : std::nullopt;
 }
 
 ProcessHandle::ProcessHandle(Identity const& process, FileDescriptor pidDescriptor)

@@ -4,11 +4,13 @@
 #include "lib/vnet/process/dnsmasqTest.hh"
 #include "support/netlab/endpoint.hh"
 #include "support/testProcess.hh"
+#include "support/trace/systemCall.hh"
 #include "support/trace/tracedRun.hh"
 #include "vnet/process/serviceUser.hh"
 #include "vnet/process/smallFile.hh"
 
 #include <csignal>
+#include <cstring>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <sched.h>
@@ -271,6 +273,27 @@ TEST_F(DnsmasqTest, OneWhoseNetworkCannotBeToldIsLeftAlone)
    EXPECT_GT(failures, 0);
    ASSERT_TRUE(ProcessHandle::Open(innocent->identity));
    ProcessHandle::Open(innocent->identity)->Terminate(test::patience);
+}
+
+// A stop that fails in the middle has to leave what the next one knows the process by.
+TEST_F(DnsmasqTest, AfterAStopThatFailedTheNextOneEndsIt)
+{
+   if (!test::GetTraceProblem().empty()) {
+      GTEST_SKIP() << test::GetTraceProblem();
+   }
+   auto const stop = [&](std::optional<test::Fault> const& fault) {
+      dnsmasq.Apply(texts);
+      return test::RunTraced({.work = [&] { dnsmasq.Stop(); }}, fault).calls;
+   };
+   for (auto const& call : stop({})) {
+      auto const* const kind = test::FindCallKind(call.number);
+      for (int const error : kind ? kind->errors : std::vector<int>()) {
+         stop(test::Fault{call.process, call.index, call.number, test::Fault::Kind::Fail, error});
+         dnsmasq.Stop();
+         ASSERT_TRUE(ListRunning().empty()) << call.ToString() << " " << std::strerror(error);
+         ASSERT_FALSE(fs::exists(folder)) << call.ToString() << " " << std::strerror(error);
+      }
+   }
 }
 
 TEST_F(DnsmasqTest, StoppingLeavesOthersFilesInTheFolder)
