@@ -259,6 +259,8 @@ int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
    for (auto const& line : fuzz::ReadScript(fuzz::ToText(data, size))) {
       Run(line);
    }
+   // A subnet that was assigned gives way to one that was set later: not before something asks.
+   Export();
    auto const settings = vnet::Library::Get().GetForReading().GetSettings();
    fuzz::CheckPlans(settings);
    for (auto const& [index, network] : settings.networks) {
