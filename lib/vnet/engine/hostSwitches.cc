@@ -114,8 +114,12 @@ void HostSwitches::Use(unsigned int index, std::vector<services::WantedSysctl> c
    }
    std::erase_if(switches, [](Switch const& one) { return one.users.empty(); });
    Write(switches);
+   // A host that forwards before it was told to heed router advertisements all the same loses the
+   // routes that it has from them.
    for (auto const& each : wanted) {
-      failures.Try([&] { Take(switches, index, each); });
+      if (!failures.Try([&] { Take(switches, index, each); })) {
+         break;
+      }
    }
    failures.Throw("set switches of the host for", GetNetworkName(index));
 }

@@ -22,8 +22,8 @@ public:
    HostSwitches(host::Sysctl const& kernel, std::string const& runFolder);
 
    // The switches that a network needs: those that it has of others are let go, in reverse order,
-   // then these are set, in their order. A switch that the kernel or a device that went doesn't
-   // have is left out. Carries on after a failure; throws Error with all of them.
+   // then these are set, in their order, up to one that can't be set. A switch that the kernel or
+   // a device that went doesn't have is left out. Throws Error with all that went wrong.
    void Use(unsigned int index, std::vector<services::WantedSysctl> const& switches);
    // Whether the network has just these, and they are set.
    bool HasAll(unsigned int index, std::vector<services::WantedSysctl> const& switches);

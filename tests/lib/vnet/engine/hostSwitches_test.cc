@@ -3,6 +3,7 @@
 
 #include "support/testProcess.hh"
 #include "vnet/host/sysctl.hh"
+#include "vnet/values/error.hh"
 
 #include <filesystem>
 #include <gmock/gmock.h>
@@ -128,6 +129,23 @@ TEST_F(HostSwitchesTest, AProcessThatDiedBeforeTheDeedIsMadeGood)
    Make().Use(8, {});
    EXPECT_EQ("0", Get("ipv4", "eth0", "forwarding"));
    EXPECT_FALSE(IsNoteLeft());
+}
+
+TEST_F(HostSwitchesTest, NoneIsSetBeforeAnotherThatItBuildsOn)
+{
+   auto const place = tree.GetPath() / "ipv6/conf/eth0/accept_ra";
+   std::filesystem::remove(place);
+   std::filesystem::create_directory(place); // can't be read
+   std::vector const all{forwarding, advertised, forwarding6};
+   EXPECT_THROW(Make().Use(8, all), Error);
+   EXPECT_EQ("1", Get("ipv4", "eth0", "forwarding"));
+   EXPECT_EQ("0", Get("ipv6", "all", "forwarding"));
+   std::filesystem::remove(place);
+   Set("ipv6", "eth0", "accept_ra", "1");
+   Make().Use(8, all);
+   EXPECT_EQ("2", Get("ipv6", "eth0", "accept_ra"));
+   EXPECT_EQ("1", Get("ipv6", "all", "forwarding"));
+   EXPECT_TRUE(Make().HasAll(8, all));
 }
 
 TEST_F(HostSwitchesTest, ADeviceThatIsNotThereIsLeftOut)
