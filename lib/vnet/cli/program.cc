@@ -3,6 +3,7 @@
 
 #include "base/productState.h"
 #include "vnet/cli/help.hh"
+#include "vnet/process/firewalld.hh"
 #include "vnet/values/error.hh"
 #include "vnet/watch/hostUnits.hh"
 #include "vnet/watch/watcherControl.hh"
@@ -14,6 +15,7 @@ Program::Program(Output& where, base::FileDescriptor documentToApply)
 {
    auto const folder = place.runFolder;
    place.units = watch::FindHostUnits(folder);
+   place.zones = std::make_shared<process::Firewalld>();
    place.ensureWatcher = [units = place.units, folder] { watch::EnsureWatcher(units, folder); };
    place.stopWatcher = [units = place.units, folder] { watch::StopWatcher(units, folder); };
    databasePlace.file = place.databaseFolder + "/networking";

@@ -5,6 +5,7 @@
 #include "vnet/engine/bridging.hh"
 #include "vnet/engine/dockerChain.hh"
 #include "vnet/engine/failures.hh"
+#include "vnet/engine/firewallZone.hh"
 #include "vnet/engine/forwardFlows.hh"
 #include "vnet/engine/host.hh"
 #include "vnet/engine/hostSwitches.hh"
@@ -90,6 +91,7 @@ void Network::Apply(WantedNetwork const& wanted)
       failures.Try([&] { ForgetUntranslated(shared.host, wanted.forwards); });
    }
    failures.Try([&] { shared.docker.Apply(wanted, shared.facts); });
+   shared.zone.Apply(wanted);
    if (bare) {
       failures.Try([&] { shared.bridging.Apply(wanted, notes); });
    }
@@ -146,6 +148,9 @@ std::vector<std::string> Network::Compare(WantedNetwork const& wanted)
    if (!shared.docker.IsRight(wanted, shared.facts)) {
       differences.push_back("rules among Docker's");
    }
+   if (!shared.zone.IsRight(wanted)) {
+      differences.push_back("firewalld's zone");
+   }
    if (!HasSwitches(wanted)) {
       differences.push_back("switches");
    }
@@ -170,6 +175,7 @@ void Network::Remove()
    failures.Try([&] { ForgetFlows(shared.host, notes.ReadForwards()); });
    failures.Try([&] { shared.switches.Use(index, {}); });
    failures.Try([&] { shared.docker.Remove(index); });
+   shared.zone.Remove(index);
    failures.Try([&] { shared.rules.Remove(index); });
    if (failures.IsEmpty()) {
       failures.Try([&] { notes.Remove(); });

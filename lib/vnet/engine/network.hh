@@ -16,6 +16,7 @@ namespace vnet::engine {
 
 class Bridging;
 class DockerChain;
+class FirewallZone;
 class HostSwitches;
 class Rules;
 struct Host;
@@ -26,6 +27,7 @@ struct Shared {
    Rules& rules;
    Bridging& bridging;
    DockerChain& docker;
+   FirewallZone& zone;
    HostSwitches& switches;
    services::HostFacts const& facts;
    std::shared_ptr<process::Units> units;

@@ -42,7 +42,8 @@ State GetState(bool present, bool foreign, Parts const& stopped)
 } // namespace
 
 Networks::Networks(Place const& where)
-   : place(where), switches(host.sysctl, where.runFolder), nameservers(where.resolvFile)
+   : place(where), zone(host, where.zones), switches(host.sysctl, where.runFolder),
+     nameservers(where.resolvFile)
 {}
 
 void Networks::Refresh()
@@ -58,7 +59,7 @@ void Networks::Refresh()
 
 Network Networks::GetNetwork(unsigned int index)
 {
-   return Network({host, rules, bridging, docker, switches, *facts, place.units}, index);
+   return Network({host, rules, bridging, docker, zone, switches, *facts, place.units}, index);
 }
 
 // Of one that the database doesn't hold, a bridge is left as long as something is plugged in.
@@ -108,9 +109,11 @@ void Networks::ForgetLeases(unsigned int index)
 void Networks::Sweep()
 {
    bridging.Sweep();
-   docker.Sweep(Notes::List(place.runFolder));
+   auto const networks = Notes::List(place.runFolder);
+   docker.Sweep(networks);
+   zone.Sweep(networks);
    process::RemoveLeftovers(place.runFolder);
-   for (unsigned int const index : Notes::List(place.runFolder)) {
+   for (unsigned int const index : networks) {
       process::RemoveLeftovers(place.runFolder + "/" + GetNetworkName(index));
    }
 }

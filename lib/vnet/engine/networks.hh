@@ -4,6 +4,7 @@
 
 #include "vnet/engine/bridging.hh"
 #include "vnet/engine/dockerChain.hh"
+#include "vnet/engine/firewallZone.hh"
 #include "vnet/engine/host.hh"
 #include "vnet/engine/hostSwitches.hh"
 #include "vnet/engine/nameservers.hh"
@@ -61,6 +62,7 @@ private:
    Rules rules{host};
    Bridging bridging{host};
    DockerChain docker{host};
+   FirewallZone zone;
    Obstacles obstacles{host.view};
    HostSwitches switches;
    Nameservers nameservers;

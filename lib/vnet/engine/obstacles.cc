@@ -104,7 +104,7 @@ std::string MakeAdvice(std::string const& owner, FilterDrop const& drop,
 {
    bool const comesIn = packet.in == bridge;
    if (owner == "firewalld") {
-      return "firewall-cmd --permanent --zone=trusted --add-interface=" + bridge +
+      return "firewall-cmd --permanent --zone=trusted --change-interface=" + bridge +
              " && firewall-cmd --reload";
    }
    if (owner == "ufw") {

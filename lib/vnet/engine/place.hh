@@ -3,6 +3,7 @@
 #pragma once
 
 #include "vnet/process/units.hh"
+#include "vnet/process/zones.hh"
 
 #include <functional>
 #include <memory>
@@ -21,6 +22,8 @@ struct Place {
 
    // Who keeps the networks' dnsmasqs; null: we do.
    std::shared_ptr<process::Units> units;
+   // Of the host's firewall; null: none is asked.
+   std::shared_ptr<process::Zones> zones;
    // The resident watcher: called when a network runs, and when the last one went. Either may be
    // empty, as in the watcher itself. They may throw Error.
    std::function<void()> ensureWatcher;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vnet/engine/engine.hh"
 #include "vnet/interface/hostSide.hh"
+#include "vnet/process/firewalld.hh"
 #include "vnet/watch/hostUnits.hh"
 #include "vnet/watch/watcherControl.hh"
 
@@ -10,6 +11,7 @@ std::unique_ptr<HostSide> MakeHostSide()
 {
    engine::Place place;
    place.units = watch::FindHostUnits(place.runFolder);
+   place.zones = std::make_shared<process::Firewalld>();
    place.ensureWatcher = [units = place.units, folder = place.runFolder] {
       watch::EnsureWatcher(units, folder);
    };

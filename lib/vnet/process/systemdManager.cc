@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vnet/process/systemdManager.hh"
 
-#include <chrono>
-
 namespace vnet::process {
 
 namespace {
@@ -10,134 +8,35 @@ namespace {
 constexpr char managerName[] = "org.freedesktop.systemd1";
 constexpr char managerPath[] = "/org/freedesktop/systemd1";
 constexpr char managerInterface[] = "org.freedesktop.systemd1.Manager";
-constexpr char busName[] = "org.freedesktop.DBus";
-constexpr char busPath[] = "/org/freedesktop/DBus";
 
-[[noreturn]] void Throw(GError* error)
+std::string GetPath(GVariant* tuple)
 {
-   char* const name = g_dbus_error_get_remote_error(error);
-   std::string const nameText = name ? name : "";
-   g_free(name);
-   g_dbus_error_strip_remote_error(error);
-   std::string const text = error->message;
-   g_error_free(error);
-   throw Refusal(text, nameText);
-}
-
-std::string GetText(GVariant* tuple)
-{
-   char const* text = nullptr;
-   g_variant_get_child(tuple, 0, g_variant_is_of_type(tuple, G_VARIANT_TYPE("(o)")) ? "&o" : "&s",
-                       &text);
-   return text;
-}
-
-// What answers a wait that nobody else ends.
-int EndWait(void* over)
-{
-   *static_cast<bool*>(over) = true;
-   return G_SOURCE_REMOVE;
-}
-
-struct Connecting {
-   bool over = false;
-   GDBusConnection* connection = nullptr;
-   GError* error = nullptr;
-};
-
-void OnConnected(GObject*, GAsyncResult* result, void* data)
-{
-   auto* const attempt = static_cast<Connecting*>(data);
-   attempt->connection = g_dbus_connection_new_for_address_finish(result, &attempt->error);
-   attempt->over = true;
+   char const* path = nullptr;
+   g_variant_get(tuple, "(&o)", &path);
+   return path;
 }
 
 } // namespace
 
-SystemdManager::SystemdManager(std::string const& address,
-                               std::chrono::milliseconds patienceOfCaller)
-   : context(g_main_context_new()), patience(patienceOfCaller)
+bool SystemdManager::IsNoSuchUnit(Refusal const& refusal)
 {
-   // Signals go to the context that is the thread's when they are subscribed to.
-   g_main_context_push_thread_default(context.get());
-   try {
-      Connect(address);
-      FindOwner();
-      Listen(owner, managerInterface, "JobRemoved", nullptr, OnJobRemoved);
-      CallManager("Subscribe", nullptr, "()");
-   } catch (...) {
-      End();
-      throw;
-   }
+   return refusal.name == "org.freedesktop.systemd1.NoSuchUnit";
 }
 
-SystemdManager::~SystemdManager()
+SystemdManager::SystemdManager(std::string const& address, std::chrono::milliseconds patience)
+   : bus(address, patience)
 {
-   End();
-}
-
-void SystemdManager::End()
-{
-   if (connection) {
-      for (auto const subscription : subscriptions) {
-         g_dbus_connection_signal_unsubscribe(connection, subscription);
-      }
-      g_dbus_connection_close_sync(connection, nullptr, nullptr);
-      g_object_unref(connection);
-   }
-   // What is still on its way is let go here.
-   while (g_main_context_iteration(context.get(), FALSE)) {
-   }
-   g_main_context_pop_thread_default(context.get());
-}
-
-void SystemdManager::Connect(std::string const& address)
-{
-   constexpr int flags = G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                         G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION;
-   Connecting attempt;
-   auto* const cancellable = g_cancellable_new();
-   g_dbus_connection_new_for_address(address.c_str(), static_cast<GDBusConnectionFlags>(flags),
-                                     nullptr, cancellable, OnConnected, &attempt);
-   bool const inTime = TakeIn([&] { return attempt.over; });
-   g_cancellable_cancel(cancellable);
-   while (!attempt.over) {
-      g_main_context_iteration(context.get(), TRUE);
-   }
-   g_object_unref(cancellable);
-   connection = attempt.connection;
-   if (!connection && inTime) {
-      Throw(attempt.error);
-   }
-   if (!connection) {
-      g_clear_error(&attempt.error);
-      throw Refusal("the system's bus didn't answer in time");
-   }
+   FindOwner();
+   bus.Listen(owner, managerInterface, "JobRemoved", nullptr, OnJobRemoved, this);
+   CallManager("Subscribe", nullptr, "()");
 }
 
 // At boot the manager may come to the bus a moment after us.
 void SystemdManager::FindOwner()
 {
-   Listen(busName, busName, "NameOwnerChanged", managerName, OnOwnerChanged);
-   try {
-      auto const name =
-         Call(busName, busPath, busName, "GetNameOwner", g_variant_new("(s)", managerName), "(s)");
-      owner = process::GetText(name.get());
-   } catch (Refusal const& refusal) {
-      if (refusal.name != "org.freedesktop.DBus.Error.NameHasNoOwner") {
-         throw;
-      }
-   }
+   bus.ListenForOwner(managerName, OnOwnerChanged, this);
+   owner = bus.FindOwner(managerName);
    WaitUntil([this] { return !owner.empty(); });
-}
-
-// From whom the bus knows by that name alone: anybody may send signals.
-void SystemdManager::Listen(std::string const& sender, char const* interface, char const* signal,
-                            char const* firstArgument, GDBusSignalCallback heard)
-{
-   subscriptions.push_back(g_dbus_connection_signal_subscribe(
-      connection, sender.c_str(), interface, signal, nullptr, firstArgument,
-      G_DBUS_SIGNAL_FLAGS_NONE, heard, this, nullptr));
 }
 
 void SystemdManager::OnOwnerChanged(GDBusConnection*, char const*, char const*, char const*,
@@ -161,33 +60,17 @@ void SystemdManager::OnJobRemoved(GDBusConnection*, char const*, char const*, ch
    }
 }
 
-SystemdManager::Value SystemdManager::Call(std::string const& destination,
-                                           std::string const& object, char const* interface,
-                                           char const* method, GVariant* parameters,
-                                           char const* answerType)
+SystemBus::Value SystemdManager::CallManager(char const* method, GVariant* parameters,
+                                             char const* answerType)
 {
-   GError* error = nullptr;
-   Value answer(g_dbus_connection_call_sync(
-      connection, destination.c_str(), object.c_str(), interface, method, parameters,
-      G_VARIANT_TYPE(answerType), G_DBUS_CALL_FLAGS_NO_AUTO_START,
-      static_cast<int>(patience.count()), nullptr, &error));
-   if (!answer) {
-      Throw(error);
-   }
-   return answer;
-}
-
-SystemdManager::Value SystemdManager::CallManager(char const* method, GVariant* parameters,
-                                                  char const* answerType)
-{
-   return Call(owner, managerPath, managerInterface, method, parameters, answerType);
+   return bus.Call(owner, managerPath, managerInterface, method, parameters, answerType);
 }
 
 std::string SystemdManager::RunJob(char const* kind, std::string const& unit)
 {
    // A job of another kind that waits gives way.
    auto const job = CallManager(kind, g_variant_new("(ss)", unit.c_str(), "replace"), "(o)");
-   return WaitForJob(process::GetText(job.get()));
+   return WaitForJob(GetPath(job.get()));
 }
 
 std::string SystemdManager::WaitForJob(std::string const& job)
@@ -197,27 +80,11 @@ std::string SystemdManager::WaitForJob(std::string const& job)
 }
 
 template <class Condition>
-bool SystemdManager::TakeIn(Condition const& condition)
-{
-   bool over = false;
-   auto* const timeout = g_timeout_source_new(static_cast<unsigned int>(patience.count()));
-   g_source_set_callback(timeout, EndWait, &over, nullptr);
-   g_source_attach(timeout, context.get());
-   while (!over && !condition() && !(connection && g_dbus_connection_is_closed(connection))) {
-      g_main_context_iteration(context.get(), TRUE);
-   }
-   g_source_destroy(timeout);
-   g_source_unref(timeout);
-   return condition();
-}
-
-template <class Condition>
 void SystemdManager::WaitUntil(Condition const& condition)
 {
-   if (!TakeIn(condition)) {
-      throw Refusal(g_dbus_connection_is_closed(connection)
-                       ? "the service manager is gone"
-                       : "the service manager didn't answer in time");
+   if (!bus.TakeIn(condition)) {
+      throw Refusal(bus.IsClosed() ? "the service manager is gone"
+                                   : "the service manager didn't answer in time");
    }
 }
 
@@ -226,7 +93,7 @@ void SystemdManager::Reset(std::string const& unit)
    try {
       CallManager("ResetFailedUnit", g_variant_new("(s)", unit.c_str()), "()");
    } catch (Refusal const& refusal) {
-      if (!refusal.IsNoSuchUnit()) {
+      if (!IsNoSuchUnit(refusal)) {
          throw;
       }
    }
@@ -236,11 +103,11 @@ std::string SystemdManager::GetText(std::string const& unit, char const* interfa
                                     char const* property)
 {
    auto const path = CallManager("LoadUnit", g_variant_new("(s)", unit.c_str()), "(o)");
-   auto const answer = Call(owner, process::GetText(path.get()), "org.freedesktop.DBus.Properties",
-                            "Get", g_variant_new("(ss)", interface, property), "(v)");
+   auto const answer = bus.Call(owner, GetPath(path.get()), "org.freedesktop.DBus.Properties",
+                                "Get", g_variant_new("(ss)", interface, property), "(v)");
    GVariant* inner = nullptr;
    g_variant_get(answer.get(), "(v)", &inner);
-   Value const value(inner);
+   SystemBus::Value const value(inner);
    return g_variant_is_of_type(inner, G_VARIANT_TYPE_STRING) ? g_variant_get_string(inner, nullptr)
                                                              : "";
 }

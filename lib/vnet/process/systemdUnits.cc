@@ -55,7 +55,7 @@ void SystemdUnits::Stop(std::string const& unit)
             Fail(manager, "stop", unit, ending);
          }
       } catch (Refusal const& refusal) {
-         if (!refusal.IsNoSuchUnit()) {
+         if (!SystemdManager::IsNoSuchUnit(refusal)) {
             throw;
          }
       }

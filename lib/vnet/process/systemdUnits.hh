@@ -2,6 +2,7 @@
 // systemd's units.
 #pragma once
 
+#include "vnet/process/systemBusAddress.hh"
 #include "vnet/process/units.hh"
 
 #include <chrono>
@@ -9,15 +10,12 @@
 
 namespace vnet::process {
 
-// The system bus, by which the manager is asked.
-inline constexpr char const* systemBusSocket = "/run/dbus/system_bus_socket";
-
 // Speaks to the manager by D-Bus, as org.freedesktop.systemd1(5) has it. The manager asks no more
 // of a caller than to be root. Each call has a connection of its own, so one object may serve long.
 class SystemdUnits : public Units {
 public:
    // `addressOfBus` is one of D-Bus's.
-   explicit SystemdUnits(std::string addressOfBus = std::string("unix:path=") + systemBusSocket,
+   explicit SystemdUnits(std::string addressOfBus = systemBusAddress,
                          std::chrono::milliseconds patienceOfCaller = std::chrono::seconds(30));
 
    void Start(std::string const& unit) override;

@@ -2,6 +2,7 @@
 #include "vnet/watch/hostUnits.hh"
 
 #include "vnet/process/serviceManager.hh"
+#include "vnet/process/systemBusAddress.hh"
 #include "vnet/process/systemdUnits.hh"
 #include "vnet/watch/watcherProgram.hh"
 

@@ -203,7 +203,7 @@ TEST_F(DoctorTest, FirewalldIsNamedWithItsZone)
    for (auto const& finding : findings) {
       EXPECT_EQ("filter", finding.cause);
       EXPECT_THAT(finding.text, testing::StartsWith("The host's firewall, of firewalld, doesn't "));
-      EXPECT_EQ("firewall-cmd --permanent --zone=trusted --add-interface=tvnet8 && firewall-cmd "
+      EXPECT_EQ("firewall-cmd --permanent --zone=trusted --change-interface=tvnet8 && firewall-cmd "
                 "--reload",
                 finding.remedy);
    }

@@ -70,6 +70,7 @@ PortForward EngineTest::MakeForward(std::uint16_t hostPort, std::string const& a
 void EngineTest::MakeEngine()
 {
    Place place;
+   place.zones = zones;
    place.ensureWatcher = [this] { ++watchersEnsured; };
    place.stopWatcher = [this] { ++watchersStopped; };
    engine.emplace(place);
@@ -139,7 +140,9 @@ std::vector<int> EngineTest::ListDnsmasqs(std::optional<unsigned int> index)
 
 std::vector<std::string> EngineTest::ListDifferences(unsigned int index)
 {
-   Engine fresh;
+   Place place;
+   place.zones = zones;
+   Engine fresh(place);
    return fresh.Look(settings, index).differences;
 }
 

@@ -7,6 +7,7 @@
 #include "vnet/engine/engine.hh"
 #include "vnet/values/error.hh"
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -58,6 +59,7 @@ protected:
    std::vector<std::string> ListDifferences(unsigned int index);
 
    Settings settings;
+   std::shared_ptr<process::Zones> zones; // of the host's firewall, if it has one
    std::optional<Engine> engine;
    int watchersEnsured = 0;
    int watchersStopped = 0;

@@ -292,7 +292,7 @@ TEST_F(BlockedTest, FirewalldIsNamedWithTheZoneThatHelps)
    EXPECT_FALSE(netlab::DhcpClient(ours, "eth0").Acquire(silence));
    auto const text = GetStatus();
    auto const advice = "drops it; \"firewall-cmd --permanent --zone=trusted "
-                       "--add-interface=tvnet8 && firewall-cmd --reload\" helps\n";
+                       "--change-interface=tvnet8 && firewall-cmd --reload\" helps\n";
    for (auto const* line :
         {"note        lease addresses to guests of tvnet8: chain filter_IN_public of table inet "
          "firewalld ",
