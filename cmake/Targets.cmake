@@ -17,3 +17,21 @@ function(tavrin_headers target prefix)
     target_include_directories(${target} PUBLIC ${root})
   endif()
 endfunction()
+
+# tavrin_install_headers(PREFIX FILE...)
+#
+# Installs headers for whoever builds on our libraries, who includes them as we do.
+function(tavrin_install_headers prefix)
+  install(FILES ${ARGN}
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tavrin/${prefix} COMPONENT development)
+endfunction()
+
+# tavrin_pkg_config(LIBRARY DESCRIPTION [REQUIRES])
+#
+# Tells pkg-config how to build on LIBRARY, which its headers need the modules REQUIRES for.
+function(tavrin_pkg_config library description)
+  set(requires ${ARGV2})
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/library.pc.in ${library}.pc @ONLY)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${library}.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+endfunction()
