@@ -85,22 +85,20 @@ class ControlGroup:
 
 
 class Host:
-    """The host; its first process is `process`."""
+    """A host on its own; its first process is `process`."""
 
-    def __init__(self, build, bus, group, scratch):
-        installed = os.path.join(scratch, "installed")
-        subprocess.run(["cmake", "--install", build, "--component", "networks"], env=dict(os.environ, DESTDIR=installed),
-                       stdout=subprocess.DEVNULL, check=True)
-        place = os.path.join(scratch, "place")
-        os.mkdir(place)
+    first = "systemd"
+    patience = DEADLINE
+
+    def __init__(self, command, group):
         self.starter = subprocess.Popen(
             ["unshare", *SPACES, "--fork", "--kill-child=SIGKILL", "--propagation", "private",
-             f"{HERE}/inside", place, installed, bus], preexec_fn=group.join, text=True,
-            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+             *command], preexec_fn=group.join, text=True, stdin=subprocess.DEVNULL,
+            stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
         self.process = None
 
     def _find(self):
-        """The first process, once it is systemd."""
+        """The first process, once it is the one that stays."""
         if self.starter.poll() is not None:
             output = self.starter.stdout.read()
             if self.starter.returncode == 77:
@@ -111,12 +109,15 @@ class Host:
         with contextlib.suppress(OSError):
             for child in children:
                 with open(f"/proc/{child}/comm") as file:
-                    if file.read() == "systemd\n":
+                    if file.read() == f"{self.first}\n":
                         return int(child)
         return None
 
+    def wait_for_first(self):
+        self.process = until(self._find, f"{self.first} doesn't come up")
+
     def wait_for_boot(self):
-        self.process = until(self._find, "systemd doesn't come up")
+        self.wait_for_first()
         until(lambda: os.path.exists(f"/proc/{self.process}/root/run/systemd/private"),
               "systemd doesn't listen")
         state = self.run("systemctl", "is-system-running", "--wait", may_fail=True).strip()
@@ -128,7 +129,7 @@ class Host:
             ["nsenter", f"--target={self.process}", "--all", "env", "-i",
              "PATH=/usr/local/sbin:/usr/sbin:/usr/bin:/sbin:/bin", *command],
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
-            timeout=DEADLINE, check=False)
+            timeout=self.patience, check=False)
         check(may_fail or done.returncode == 0, f"{' '.join(command)}: {done.stdout}")
         return done.stdout
 
@@ -170,6 +171,16 @@ class Host:
         self.starter.kill()
         self.starter.wait(DEADLINE)
         self.starter.stdout.close()
+
+
+def install(build, bus, scratch):
+    """The command of a host with what a build installs."""
+    installed = os.path.join(scratch, "installed")
+    subprocess.run(["cmake", "--install", build, "--component", "networks"],
+                   env=dict(os.environ, DESTDIR=installed), stdout=subprocess.DEVNULL, check=True)
+    place = os.path.join(scratch, "place")
+    os.mkdir(place)
+    return [f"{HERE}/inside", place, installed, bus]
 
 
 def lease(host, guest):
@@ -367,19 +378,18 @@ STORIES = {"bus": STORY,
            "no-bus": (networks_are_up_without_the_bus, a_stop_takes_them_down)}
 
 
-def main(build, bus="bus"):
+def play(make_host, story):
+    """The steps of a story, on the host that make_host makes of a control group and a folder."""
     if os.geteuid() != 0:
         skip("only root can boot a system")
-    if not os.path.exists("/usr/lib/systemd/systemd"):
-        skip("there is no systemd here")
     leave_mounts()
     scratch = tempfile.mkdtemp()
     try:
         with contextlib.closing(ControlGroup()) as group:
-            host = Host(build, bus, group, scratch)
+            host = make_host(group, scratch)
             try:
                 host.wait_for_boot()
-                for step in STORIES[bus]:
+                for step in story:
                     begin = time.monotonic()
                     try:
                         step(host)
@@ -391,6 +401,12 @@ def main(build, bus="bus"):
                 host.end()
     finally:
         shutil.rmtree(scratch)
+
+
+def main(build, bus="bus"):
+    if not os.path.exists("/usr/lib/systemd/systemd"):
+        skip("there is no systemd here")
+    play(lambda group, scratch: Host(install(build, bus, scratch), group), STORIES[bus])
 
 
 def leave_mounts():
