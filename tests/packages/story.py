@@ -303,6 +303,24 @@ def installing_starts_the_networks(host):
     check(host.state(dhcp("tvnet8")) == "active", "no unit for dnsmasq")
 
 
+def networkd(host, device):
+    """What systemd-networkd does with a device."""
+    return host.run("networkctl", "--no-legend", "--no-pager", "list", device).split()[4]
+
+
+def a_network_manager_takes_what_it_may(host):
+    host.write("/etc/systemd/network/all.network", "[Match]\nName=*\n[Network]\nDHCP=yes\n")
+    host.run("systemctl", "start", "systemd-networkd")
+    until(lambda: networkd(host, "eth0") == "configuring", "networkd does nothing")
+
+
+def our_devices_are_left_alone_from_their_beginning(host):
+    for device in ("tvnet1", "tvnet8"):
+        until(lambda d=device: networkd(host, d) != "pending", f"networkd doesn't see {device}")
+        check(networkd(host, device) == "unmanaged", f"{device} is {networkd(host, device)}")
+    host.run("systemctl", "stop", "systemd-networkd.socket", "systemd-networkd.service")
+
+
 def networks_of_no_unit_are_stopped_as_well(host):
     host.run("systemctl", "stop", "tavrin-vnets")
     networks_start(host)
@@ -341,7 +359,8 @@ STORIES = {
               installing_again_takes_the_database_that_is_there, purging_leaves_nothing,
               the_subnets_are_free_ones, purging_stops_the_networks),
     "booted": (networks_are_up_after_boot, an_upgrade_restarts_the_watcher_alone,
-               removing_stops_the_units, installing_starts_the_networks,
+               removing_stops_the_units, a_network_manager_takes_what_it_may,
+               installing_starts_the_networks, our_devices_are_left_alone_from_their_beginning,
                networks_of_no_unit_are_stopped_as_well, purging_leaves_nothing),
     "chroot": (installing_makes_a_database_there_too,
                removing_leaves_the_networks_of_the_host_alone),
