@@ -238,6 +238,9 @@ def networks_are_up_after_boot(host):
     check(lease(host, "guest").startswith("192.168.48."), "a lease of another network")
     journal = host.journal("--unit", dhcp("tvnet8"))
     check("DHCPACK(tvnet8)" in journal, f"no lease in the unit's journal: {journal}")
+    log = host.run("tavrin-vnets", "log")
+    check("DHCPACK(tvnet8)" in log, f"no lease in the log: {log}")
+    check("Started tavrin-dhcp@tvnet8.service" in log, f"no start in the log: {log}")
 
 
 def a_comparison_touches_nothing(host):

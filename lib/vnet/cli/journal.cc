@@ -13,6 +13,7 @@
 #include <charconv>
 #include <cstring>
 #include <ctime>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
 #include <sys/mman.h>
@@ -52,19 +53,33 @@ std::string ReadAll(int descriptor)
    return text;
 }
 
+// Values of one field are alternatives, and so is what a "+" is between: journalctl(1). The manager
+// names what it speaks of in a field of its own: systemd.journal-fields(7).
+std::vector<std::string> MakeMatches(std::vector<std::string> const& units)
+{
+   std::vector<std::string> matches{std::string("SYSLOG_IDENTIFIER=") + ProductState_GetName(),
+                                    "SYSLOG_IDENTIFIER=tavrin-vnets"};
+   for (auto const* field : {"_SYSTEMD_UNIT=", "UNIT="}) {
+      if (!units.empty()) {
+         matches.emplace_back("+");
+      }
+      for (auto const& unit : units) {
+         matches.push_back(field + unit);
+      }
+   }
+   return matches;
+}
+
 process::Command MakeCommand(JournalQuery const& query, std::string const& program, int output)
 {
    process::Command command;
-   command.arguments = {program,
-                        "--no-pager",
-                        "--output=json",
+   command.arguments = {program, "--no-pager", "--output=json",
                         "--output-fields=MESSAGE,SYSLOG_IDENTIFIER",
-                        std::string("--identifier=") + ProductState_GetName(),
-                        "--identifier=tavrin-vnets",
                         "--lines=" + std::to_string(query.lines)};
    if (!query.since.empty()) {
       command.arguments.push_back("--since=" + query.since);
    }
+   std::ranges::copy(MakeMatches(query.units), std::back_inserter(command.arguments));
    command.capabilities = 0;
    command.endsWithUs = true;
    command.output = output;

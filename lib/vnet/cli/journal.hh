@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// What the programs of this product told the system's journal.
+// What the programs of this product, and those that they started, told the system's journal.
 #pragma once
 
 #include "vnet/json/value.hh"
@@ -16,6 +16,8 @@ inline constexpr unsigned int maxJournalLines = 10000;
 struct JournalQuery {
    unsigned int lines = 100; // the newest, up to maxJournalLines
    std::string since;        // as journalctl(1) reads it; empty: from the beginning
+   // Units of the service manager whose processes have something to tell, or it of them.
+   std::vector<std::string> units;
 };
 
 struct JournalLine {

@@ -5,6 +5,8 @@
 #include "vnet/cli/networkFacts.hh"
 #include "vnet/cli/program.hh"
 #include "vnet/cli/status.hh"
+#include "vnet/process/units.hh"
+#include "vnet/watch/hostUnits.hh"
 
 #include <ctime>
 #include <set>
@@ -22,6 +24,16 @@ json::Value MakeLeasesObject(cli::Leases const& leases)
       list.Add(std::move(object.Add("leases", MakeLeases(all))));
    }
    return std::move(json::Value::MakeObject().Add("networks", std::move(list)));
+}
+
+// By which a service manager runs the networks.
+std::vector<std::string> ListUnits(Settings const& settings)
+{
+   std::vector<std::string> units{"tavrin-vnets.service", watch::watcherUnit};
+   for (unsigned int const index : GetNetworks(settings)) {
+      units.push_back(process::GetDnsmasqUnit(GetNetworkName(index)));
+   }
+   return units;
 }
 
 } // namespace
@@ -52,6 +64,8 @@ int Program::Log(CommandLine const& line)
 {
    JournalQuery query;
    query.since = line.since;
+   // Without a database there are still our own lines.
+   Attempt([&] { query.units = ListUnits(ReadSettings()); });
    // A time alone asks for all from then on.
    query.lines = line.lines.value_or(line.since.empty() ? query.lines : maxJournalLines);
    auto const reading = ReadJournal(query);

@@ -28,7 +28,7 @@ DnsmasqService::DnsmasqService(Host& hostOfCaller, std::string bridgeName,
                                std::shared_ptr<process::Units> const& units)
    : host(hostOfCaller), bridge(std::move(bridgeName)),
      place(services::PlaceDnsmasq(bridge, factsOfHost)), unit{units,
-                                                              "tavrin-dhcp@" + bridge + ".service"}
+                                                              process::GetDnsmasqUnit(bridge)}
 {}
 
 process::Dnsmasq DnsmasqService::Make(services::WantedDnsmasq const& where) const

@@ -7,6 +7,12 @@
 
 namespace vnet::process {
 
+// The unit of a network's dnsmasq.
+inline std::string GetDnsmasqUnit(std::string const& network)
+{
+   return "tavrin-dhcp@" + network + ".service";
+}
+
 // The host's service manager. What it runs is no child of ours, belongs to nobody's session, and is
 // started anew by it when it dies.
 class Units {

@@ -14,6 +14,7 @@ namespace vnet::cli {
 
 namespace {
 
+using testing::EndsWith;
 using testing::HasSubstr;
 
 // Says what it is told to, as journalctl would.
@@ -65,12 +66,25 @@ TEST_F(JournalTest, LinesAreReadAndToldWithoutWhatATerminalActsOn)
 TEST_F(JournalTest, ItIsAskedForOurLinesAlone)
 {
    auto const told = folder.GetPath() / "arguments";
-   ReadJournal({7, "2 hours ago"}, MakeProgram("printf '%s\\n' \"$@\" > " + told.string()));
-   auto const arguments = "\n" + test::ReadFile(told);
-   for (auto const* argument : {"--identifier=tavrin-netcfg", "--identifier=tavrin-vnets",
-                                "--lines=7", "--since=2 hours ago", "--no-pager"}) {
-      EXPECT_THAT(arguments, HasSubstr(std::string("\n") + argument + "\n"));
+   auto const program = MakeProgram("printf '%s\\n' \"$@\" > " + told.string());
+   ReadJournal({7, "2 hours ago", {}}, program);
+   auto const arguments = test::ReadFile(told);
+   for (auto const* argument : {"--lines=7", "--since=2 hours ago", "--no-pager"}) {
+      EXPECT_THAT("\n" + arguments, HasSubstr(std::string("\n") + argument + "\n"));
    }
+   EXPECT_THAT(arguments,
+               EndsWith("\nSYSLOG_IDENTIFIER=tavrin-netcfg\nSYSLOG_IDENTIFIER=tavrin-vnets\n"));
+}
+
+TEST_F(JournalTest, ItIsAskedForWhatOurUnitsToldAndWasToldOfThem)
+{
+   auto const told = folder.GetPath() / "arguments";
+   ReadJournal({7, "", {"one.service", "two.service"}},
+               MakeProgram("printf '%s\\n' \"$@\" > " + told.string()));
+   EXPECT_THAT(test::ReadFile(told),
+               EndsWith("\nSYSLOG_IDENTIFIER=tavrin-vnets\n"
+                        "+\n_SYSTEMD_UNIT=one.service\n_SYSTEMD_UNIT=two.service\n"
+                        "+\nUNIT=one.service\nUNIT=two.service\n"));
 }
 
 TEST_F(JournalTest, WhatItComplainsOfIsPassedOn)
