@@ -27,7 +27,8 @@ OURS = ("tavrin-netcfg", "tavrin-netcfg-l10n", "tavrin-vnets", "libvnetlib0", "l
 # What others make for what is installed, and keep.
 CACHES = re.compile(r"/(proc|sys|dev|tmp|packages)(/|$)|/var/lib/dpkg/|/var/log/|/var/cache/|"
                     r"/var/lib/apt/|/var/lib/systemd/|/run/|/etc/ld\.so\.cache|"
-                    r"/usr/share/applications/mimeinfo\.cache|/usr/share/icons/hicolor/icon-theme\.cache")
+                    r"/usr/share/applications/mimeinfo\.cache|"
+                    r"/usr/share/icons/hicolor/icon-theme\.cache")
 # Whatever is ours has one of these in its path.
 NAMES = re.compile("tavrin|vnet|NetCfg")
 
@@ -77,7 +78,7 @@ class PackageHost(Host):
         return self.run(*APT, *arguments)
 
     def install(self, which="first", names=OURS):
-        self.apt("install", *(f"/packages/{which}/{name}.deb" for name in names))
+        return self.apt("install", *(f"/packages/{which}/{name}.deb" for name in names))
 
     def processes(self, program):
         """The numbers and starts of its processes."""
@@ -221,7 +222,8 @@ def an_upgrade_touches_nothing_that_runs(host):
     before = (host.bridges(), host.processes("dnsmasq"), host.read(DATABASE))
     host.install("second")
     check_complete(host)
-    check(host.run("dpkg-query", "-W", "-f=${Version}", "tavrin-vnets").endswith(".1"), "no upgrade")
+    version = host.run("dpkg-query", "-W", "-f=${Version}", "tavrin-vnets")
+    check(version.endswith(".1"), f"no upgrade to {version}")
     after = (host.bridges(), host.processes("dnsmasq"), host.read(DATABASE))
     check(before == after, f"{before} became {after}")
     check_networks_run(host)
@@ -256,6 +258,16 @@ def purging_leaves_nothing(host):
         check(names == "", f"left: {names}")
 
 
+def a_database_that_cannot_be_made_is_told(host):
+    """Anybody could change what is in its folder."""
+    host.run("mkdir", "--mode=0777", "/etc/tavrin")
+    told = host.install(names=("tavrin-vnets", "libtavrinbase0"))
+    check("\"tavrin-vnets init\" makes them" in told, told)
+    check(host.run("dpkg", "--audit") == "", "a package isn't whole")
+    check(os.listdir(host.path("/etc/tavrin")) == [], "something is there")
+    purging_leaves_nothing(host)
+
+
 def the_subnets_are_free_ones(host):
     """Those that were chosen before are taken now."""
     taken = ("192.168.5.0", "192.168.6.0")
@@ -285,11 +297,11 @@ def networks_are_up_after_boot(host):
 
 def an_upgrade_restarts_the_watcher_alone(host):
     watcher = host.main_process("tavrin-watcher.service")
-    service = host.run("systemctl", "show", "--property=ActiveEnterTimestamp", "tavrin-vnets")
+    show = ("systemctl", "show", "--property=ActiveEnterTimestamp", "tavrin-vnets")
+    started = host.run(*show)
     an_upgrade_touches_nothing_that_runs(host)
     check(host.main_process("tavrin-watcher.service") not in (0, watcher), "the watcher is the old")
-    check(host.run("systemctl", "show", "--property=ActiveEnterTimestamp", "tavrin-vnets") == service,
-          "the service was started anew")
+    check(host.run(*show) == started, "the service was started anew")
 
 
 def removing_stops_the_units(host):
@@ -357,7 +369,8 @@ STORIES = {
               each_header_is_complete, networks_start, an_upgrade_touches_nothing_that_runs,
               removing_stops_them_and_leaves_the_database,
               installing_again_takes_the_database_that_is_there, purging_leaves_nothing,
-              the_subnets_are_free_ones, purging_stops_the_networks),
+              a_database_that_cannot_be_made_is_told, the_subnets_are_free_ones,
+              purging_stops_the_networks),
     "booted": (networks_are_up_after_boot, an_upgrade_restarts_the_watcher_alone,
                removing_stops_the_units, a_network_manager_takes_what_it_may,
                installing_starts_the_networks, our_devices_are_left_alone_from_their_beginning,
