@@ -13,6 +13,7 @@ namespace netcfg::common {
 
 class Editable;
 class Network;
+class SnapshotSink;
 
 // Exists while its network is bridged. Keeps its set and the adapter table of Editable in step, so
 // that no adapter serves two networks, and only tvnet0 bridges automatically.
@@ -43,6 +44,8 @@ public:
    void Cleanup();
 
    boost::property_tree::ptree ToPropertyTree();
+   // What that tree has.
+   void Write(SnapshotSink& sink) const;
 
 private:
    void TakeInitialAdapters();

@@ -10,6 +10,7 @@
 namespace netcfg::common {
 
 class Network;
+class SnapshotSink;
 
 // Lives as long as its network, whatever that network's type.
 class DHCP : public sigc::trackable {
@@ -47,6 +48,8 @@ public:
    void SetMaxLeaseTime(unsigned int value) { Assign(maxLeaseTime, value, changed); }
 
    boost::property_tree::ptree ToPropertyTree();
+   // What that tree has.
+   void Write(SnapshotSink& sink) const;
 
 private:
    Network* const network;

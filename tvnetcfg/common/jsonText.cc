@@ -17,7 +17,12 @@ std::size_t FindStringEnd(std::string const& json, std::size_t start)
    return at;
 }
 
-void AppendEscape(std::string& result, unsigned int unit)
+bool IsPlain(char c)
+{
+   return c >= 0x20 && c != '"' && c != '\\' && c != '/';
+}
+
+void AppendUnit(std::string& result, unsigned int unit)
 {
    static char const digits[] = "0123456789ABCDEF";
    result += "\\u";
@@ -29,13 +34,19 @@ void AppendEscape(std::string& result, unsigned int unit)
 // UTF-16 code units, as JSON has it (RFC 8259, section 7).
 void AppendEscaped(std::string& result, gunichar character)
 {
-   if (character < 0x10000) {
-      AppendEscape(result, character);
-      return;
+   static constexpr std::string_view shorts = "\"\\/\b\f\n\r\t";
+   static constexpr std::string_view letters = "\"\\/bfnrt";
+   auto const found = character < 0x80 ? shorts.find(static_cast<char>(character)) : shorts.npos;
+   if (found != shorts.npos) {
+      result += '\\';
+      result += letters[found];
+   } else if (character < 0x10000) {
+      AppendUnit(result, character);
+   } else {
+      unsigned int const offset = character - 0x10000;
+      AppendUnit(result, 0xD800 + (offset >> 10));
+      AppendUnit(result, 0xDC00 + (offset & 0x3FF));
    }
-   unsigned int const offset = character - 0x10000;
-   AppendEscape(result, 0xD800 + (offset >> 10));
-   AppendEscape(result, 0xDC00 + (offset & 0x3FF));
 }
 
 } // namespace
@@ -58,19 +69,22 @@ bool NestsDeeperThan(std::string const& json, unsigned int limit)
    return false;
 }
 
-std::string ToAsciiJson(std::string const& json)
+void AppendJsonString(std::string& json, std::string_view text)
 {
-   std::string result;
-   result.reserve(json.size());
-   char const* const end = json.data() + json.size();
-   for (char const* at = json.data(); at < end; at = g_utf8_next_char(at)) {
-      if (static_cast<unsigned char>(*at) < 0x80) {
-         result += *at;
-      } else {
-         AppendEscaped(result, g_utf8_get_char(at));
+   json += '"';
+   char const* const end = text.data() + text.size();
+   for (char const* at = text.data(); at < end;) {
+      char const* const plain = at;
+      while (at < end && IsPlain(*at)) {
+         ++at;
+      }
+      json.append(plain, at);
+      if (at < end) {
+         AppendEscaped(json, g_utf8_get_char(at));
+         at = g_utf8_next_char(at);
       }
    }
-   return result;
+   json += '"';
 }
 
 } // namespace netcfg::common

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace netcfg::common {
 
@@ -11,8 +12,8 @@ namespace netcfg::common {
 // is as far as a parser goes.
 bool NestsDeeperThan(std::string const& json, unsigned int limit);
 
-// The same JSON in ASCII: each character outside it as a \u escape, those above U+FFFF as two.
-// json must be valid UTF-8, and JSON with such characters in its strings alone.
-std::string ToAsciiJson(std::string const& json);
+// Appends text as a JSON string, in ASCII: each character outside it as a \u escape, those above
+// U+FFFF as two. text must be valid UTF-8. Of ASCII it escapes what the JSON library escapes.
+void AppendJsonString(std::string& json, std::string_view text);
 
 } // namespace netcfg::common

@@ -12,6 +12,7 @@
 namespace netcfg::common {
 
 class Network;
+class SnapshotSink;
 
 // Lives as long as its network, whatever that network's type.
 class NAT : public sigc::trackable {
@@ -98,6 +99,8 @@ public:
    }
 
    boost::property_tree::ptree ToPropertyTree();
+   // What that tree has.
+   void Write(SnapshotSink& sink) const;
 
 private:
    Network* const network;

@@ -14,6 +14,7 @@ class Bridge;
 class DHCP;
 class Editable;
 class NAT;
+class SnapshotSink;
 
 // Made and deleted by Editable alone. Values are kept as text, valid or not; a save judges them.
 class Network : public sigc::trackable {
@@ -68,6 +69,8 @@ public:
    void SetMTU(utf::string const& value);
 
    boost::property_tree::ptree ToPropertyTree();
+   // What that tree has.
+   void Write(SnapshotSink& sink) const;
 
 private:
    // Deletes the bridge and takes the defaults of a hosted network.

@@ -12,7 +12,6 @@
 #include <boost/property_tree/json_parser.hpp>
 #include <cstdlib>
 #include <memory>
-#include <optional>
 #include <sstream>
 
 using boost::property_tree::ptree;
@@ -24,18 +23,18 @@ namespace {
 // A snapshot nests 6 levels. The JSON library recurses, and its stack ends somewhere.
 unsigned int const DEEPEST_TEXT = 64;
 
-std::optional<ptree> Parse(std::string const& text)
+// Into a tree of the caller's, as there is no moving one.
+bool Parse(std::string const& text, ptree& root)
 {
    if (NestsDeeperThan(text, DEEPEST_TEXT)) {
-      return std::nullopt;
+      return false;
    }
    try {
       std::istringstream stream(text);
-      ptree root;
       boost::property_tree::read_json(stream, root);
-      return root;
+      return true;
    } catch (boost::property_tree::ptree_error const&) {
-      return std::nullopt;
+      return false;
    }
 }
 
@@ -241,14 +240,14 @@ void ReadAutoBridge(ptree const& root, Editable& editable)
 
 Editable* Editable::Restore(utf::string const& text)
 {
-   std::optional<ptree> const root = Parse(static_cast<Glib::ustring const&>(text).raw());
-   if (!root) {
+   ptree root;
+   if (!Parse(static_cast<Glib::ustring const&>(text).raw(), root)) {
       return nullptr;
    }
-   auto editable = std::make_unique<Editable>(GetUnsigned(*root, "MaxNetworks"));
-   ReadHostAdapters(*root, *editable);
-   ReadNetworks(*root, *editable);
-   ReadAutoBridge(*root, *editable);
+   auto editable = std::make_unique<Editable>(GetUnsigned(root, "MaxNetworks"));
+   ReadHostAdapters(root, *editable);
+   ReadNetworks(root, *editable);
+   ReadAutoBridge(root, *editable);
    return editable.release();
 }
 

@@ -1,15 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The snapshot's writer: the tree of each class, in the order that a reader may count on.
+// The snapshot's writer: what each class tells, in the order that a reader may count on.
 #include "base/panic.h"
 #include "tvnetcfg/common/bridge.hh"
 #include "tvnetcfg/common/dhcp.hh"
 #include "tvnetcfg/common/editable.hh"
-#include "tvnetcfg/common/jsonText.hh"
 #include "tvnetcfg/common/nat.hh"
-#include "tvnetcfg/common/treeValue.hh"
-
-#include <boost/property_tree/json_parser.hpp>
-#include <sstream>
+#include "tvnetcfg/common/snapshotSink.hh"
 
 using boost::property_tree::ptree;
 
@@ -17,96 +13,106 @@ namespace netcfg::common {
 
 namespace {
 
-// An element of an array has the empty key.
-void Append(ptree& array, ptree const& element)
+// Of each element of a list.
+constexpr std::string_view NO_KEY;
+
+template <class Part>
+ptree MakeTree(Part const& part)
 {
-   array.push_back({std::string(), element});
+   SnapshotTree tree;
+   part.Write(tree);
+   return tree.Take();
 }
 
-template <typename Texts>
-ptree MakeArray(Texts const& texts)
+template <class Part>
+void WritePart(SnapshotSink& sink, std::string_view key, Part const& part)
 {
-   ptree array;
+   sink.Open(key);
+   part.Write(sink);
+   sink.Close();
+}
+
+void WriteList(SnapshotSink& sink, std::string_view key, auto const& texts)
+{
+   sink.Open(key);
    for (utf::string const& text : texts) {
-      ptree element;
-      PutText(element, "", text);
-      Append(array, element);
+      sink.PutText(NO_KEY, text);
    }
-   return array;
+   sink.Close();
 }
 
-ptree MakeNATParams(NAT const& nat)
+void WriteNATParams(SnapshotSink& sink, NAT const& nat)
 {
-   ptree group;
-   PutText(group, "GatewayIP", nat.GetGatewayIP());
-   PutValue(group, "ConfigPort", nat.GetConfigPort());
-   PutValue(group, "AllowActiveFTP", nat.GetAllowActiveFTP());
-   PutValue(group, "AllowOUI", nat.GetAllowOUI());
-   PutValue(group, "UDPTimeout", nat.GetUDPTimeout());
-   PutValue(group, "EnableIPv6", nat.GetEnableIPv6());
-   PutText(group, "IPv6Prefix", nat.GetIPv6Prefix());
-   return group;
+   sink.Open("NATParams");
+   sink.PutText("GatewayIP", nat.GetGatewayIP());
+   sink.PutValue("ConfigPort", nat.GetConfigPort());
+   sink.PutValue("AllowActiveFTP", nat.GetAllowActiveFTP());
+   sink.PutValue("AllowOUI", nat.GetAllowOUI());
+   sink.PutValue("UDPTimeout", nat.GetUDPTimeout());
+   sink.PutValue("EnableIPv6", nat.GetEnableIPv6());
+   sink.PutText("IPv6Prefix", nat.GetIPv6Prefix());
+   sink.Close();
 }
 
-ptree MakeNetBiosParams(NAT const& nat)
+void WriteNetBiosParams(SnapshotSink& sink, NAT const& nat)
 {
-   ptree group;
-   PutValue(group, "NBNSTimeout", nat.GetNBNSTimeout());
-   PutValue(group, "NBNSRetries", nat.GetNBNSRetries());
-   PutValue(group, "NBDSTimeout", nat.GetNBDSTimeout());
-   return group;
+   sink.Open("NetBiosParams");
+   sink.PutValue("NBNSTimeout", nat.GetNBNSTimeout());
+   sink.PutValue("NBNSRetries", nat.GetNBNSRetries());
+   sink.PutValue("NBDSTimeout", nat.GetNBDSTimeout());
+   sink.Close();
 }
 
-ptree MakeDNSParams(NAT const& nat)
+void WriteDNSParams(SnapshotSink& sink, NAT const& nat)
 {
-   ptree group;
-   PutValue<unsigned int>(group, "DNSPolicy", nat.GetDNSPolicy());
-   PutValue(group, "DNSTimeout", nat.GetDNSTimeout());
-   PutValue(group, "DNSRetries", nat.GetDNSRetries());
-   PutValue(group, "DNSAutoDetect", nat.GetDNSAutoDetect());
-   group.add_child("DNSList", MakeArray(nat.GetDNSList()));
-   return group;
+   sink.Open("DNSParams");
+   sink.PutValue<unsigned int>("DNSPolicy", nat.GetDNSPolicy());
+   sink.PutValue("DNSTimeout", nat.GetDNSTimeout());
+   sink.PutValue("DNSRetries", nat.GetDNSRetries());
+   sink.PutValue("DNSAutoDetect", nat.GetDNSAutoDetect());
+   WriteList(sink, "DNSList", nat.GetDNSList());
+   sink.Close();
 }
 
-ptree MakePortForwardList(NAT::PortForwardList const& list)
+void WritePortForwardList(SnapshotSink& sink, NAT::PortForwardList const& list)
 {
-   ptree array;
+   sink.Open("PortForwardList");
    for (NAT::PortForwardEntry const& entry : list) {
-      ptree element;
-      PutValue(element, "HostPort", entry.hostPort);
-      PutValue(element, "VMPort", entry.vmPort);
-      PutValue(element, "TCP", entry.tcp);
-      PutText(element, "IP", entry.ip);
-      PutText(element, "Description", entry.description);
-      Append(array, element);
+      sink.Open(NO_KEY);
+      sink.PutValue("HostPort", entry.hostPort);
+      sink.PutValue("VMPort", entry.vmPort);
+      sink.PutValue("TCP", entry.tcp);
+      sink.PutText("IP", entry.ip);
+      sink.PutText("Description", entry.description);
+      sink.Close();
    }
-   return array;
+   sink.Close();
 }
 
-ptree MakeNetworks(std::map<unsigned int, Network*> const& networks)
+void WriteNetworks(SnapshotSink& sink, std::map<unsigned int, Network*> const& networks)
 {
-   ptree tree;
+   sink.Open("Networks");
    for (auto const& [index, network] : networks) {
       utf::string const key = utf::IntToStr(index);
       if (network) {
-         tree.add_child(key.c_str(), network->ToPropertyTree());
+         WritePart(sink, key.c_str(), *network);
       } else {
-         PutValue(tree, key.c_str(), 0);
+         sink.PutValue(key.c_str(), 0);
       }
    }
-   return tree;
+   sink.Close();
 }
 
-ptree MakeHostAdapters(std::map<utf::string, utf::string> const& displayNames)
+void WriteHostAdapters(SnapshotSink& sink, std::map<utf::string, utf::string> const& displayNames)
 {
-   ptree array;
+   sink.Open("HostAdapterDisplayName");
    for (auto const& [adapter, displayName] : displayNames) {
-      ptree element;
-      PutText(element, "Adapter", adapter);
-      PutText(element, "DisplayName", displayName);
-      Append(array, element);
+      sink.Open(NO_KEY);
+      sink.PutText("Adapter", adapter);
+      sink.PutText("DisplayName", displayName);
+      sink.Close();
    }
-   return array;
+   sink.Close();
 }
 
 // The key that holds network, or -1.
@@ -122,71 +128,81 @@ int FindIndex(std::map<unsigned int, Network*> const& networks, Network const* n
 
 } // namespace
 
+void DHCP::Write(SnapshotSink& sink) const
+{
+   sink.PutText("BeginIP", beginIP);
+   sink.PutText("EndIP", endIP);
+   sink.PutValue("DefaultLeaseTime", defaultLeaseTime);
+   sink.PutValue("MaxLeaseTime", maxLeaseTime);
+}
+
+void Bridge::Write(SnapshotSink& sink) const
+{
+   sink.PutValue("Auto", isAuto);
+   WriteList(sink, "Adapters", adapters);
+}
+
+void NAT::Write(SnapshotSink& sink) const
+{
+   WriteNATParams(sink, *this);
+   WriteNetBiosParams(sink, *this);
+   WriteDNSParams(sink, *this);
+   WritePortForwardList(sink, portForwardList);
+}
+
+void Network::Write(SnapshotSink& sink) const
+{
+   sink.PutValue("Index", index);
+   // As stored, not as the getters of a bridged network tell.
+   sink.PutValue("HasDHCP", hasDHCP);
+   sink.PutValue("HasVirtualAdapter", hasVirtualAdapter);
+   sink.PutText("DisplayName", displayName);
+   sink.PutText("SubnetAddress", subnetAddr);
+   sink.PutText("SubnetMask", subnetMask);
+   sink.PutValue<unsigned int>("Type", type);
+   sink.PutText("MTU", mtu);
+   if (dhcp && hasDHCP) {
+      WritePart(sink, "DHCP", *dhcp);
+   }
+   if (type == Bridged && bridge) {
+      WritePart(sink, "Bridge", *bridge);
+   } else if (type == NAT && nat) {
+      WritePart(sink, "NAT", *nat);
+   } else if (type != HostOnly) {
+      NOT_REACHED_AT("tvnetcfg/common/network", __LINE__);
+   }
+}
+
 ptree DHCP::ToPropertyTree()
 {
-   ptree tree;
-   PutText(tree, "BeginIP", beginIP);
-   PutText(tree, "EndIP", endIP);
-   PutValue(tree, "DefaultLeaseTime", defaultLeaseTime);
-   PutValue(tree, "MaxLeaseTime", maxLeaseTime);
-   return tree;
+   return MakeTree(*this);
 }
 
 ptree Bridge::ToPropertyTree()
 {
-   ptree tree;
-   PutValue(tree, "Auto", isAuto);
-   tree.add_child("Adapters", MakeArray(adapters));
-   return tree;
+   return MakeTree(*this);
 }
 
 ptree NAT::ToPropertyTree()
 {
-   ptree tree;
-   tree.add_child("NATParams", MakeNATParams(*this));
-   tree.add_child("NetBiosParams", MakeNetBiosParams(*this));
-   tree.add_child("DNSParams", MakeDNSParams(*this));
-   tree.add_child("PortForwardList", MakePortForwardList(portForwardList));
-   return tree;
+   return MakeTree(*this);
 }
 
 ptree Network::ToPropertyTree()
 {
-   ptree tree;
-   PutValue(tree, "Index", index);
-   // As stored, not as the getters of a bridged network tell.
-   PutValue(tree, "HasDHCP", hasDHCP);
-   PutValue(tree, "HasVirtualAdapter", hasVirtualAdapter);
-   PutText(tree, "DisplayName", displayName);
-   PutText(tree, "SubnetAddress", subnetAddr);
-   PutText(tree, "SubnetMask", subnetMask);
-   PutValue<unsigned int>(tree, "Type", type);
-   PutText(tree, "MTU", mtu);
-   if (dhcp && hasDHCP) {
-      tree.add_child("DHCP", dhcp->ToPropertyTree());
-   }
-   if (type == Bridged && bridge) {
-      tree.add_child("Bridge", bridge->ToPropertyTree());
-   } else if (type == NAT && nat) {
-      tree.add_child("NAT", nat->ToPropertyTree());
-   } else if (type != HostOnly) {
-      NOT_REACHED_AT("tvnetcfg/common/network", __LINE__);
-   }
-   return tree;
+   return MakeTree(*this);
 }
 
 utf::string Editable::Serialize(Editable const* editable)
 {
-   ptree root;
-   PutValue(root, "MaxNetworks", editable->maxNetworks);
-   root.add_child("Networks", MakeNetworks(editable->networks));
-   PutValue(root, "AutoBridgeNetworkIndex",
-            FindIndex(editable->networks, editable->autoBridgeNetwork));
-   root.add_child("HostAdapterDisplayName", MakeHostAdapters(editable->adapterDisplayNames));
-   std::ostringstream stream;
-   boost::property_tree::write_json(stream, root, false);
+   SnapshotText text;
+   text.PutValue("MaxNetworks", editable->maxNetworks);
+   WriteNetworks(text, editable->networks);
+   text.PutValue("AutoBridgeNetworkIndex",
+                 FindIndex(editable->networks, editable->autoBridgeNetwork));
+   WriteHostAdapters(text, editable->adapterDisplayNames);
    // As many bytes as characters, whatever length a sender counts.
-   return utf::string(ToAsciiJson(stream.str()).c_str());
+   return utf::string(text.Take().c_str());
 }
 
 } // namespace netcfg::common

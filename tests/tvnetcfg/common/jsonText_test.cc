@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "tvnetcfg/common/jsonText.hh"
 
+#include <boost/property_tree/json_parser.hpp>
 #include <gtest/gtest.h>
+#include <sstream>
 
 namespace netcfg::common {
 
@@ -14,6 +16,13 @@ std::string Repeat(std::string const& text, unsigned int times)
       result += text;
    }
    return result;
+}
+
+std::string Quote(std::string const& text)
+{
+   std::string json;
+   AppendJsonString(json, text);
+   return json;
 }
 
 } // namespace
@@ -64,34 +73,35 @@ TEST(NestingTest, ClosingWhatIsNotOpenEarnsNeitherCreditNorDebt)
    EXPECT_TRUE(NestsDeeperThan("]]]]}}}}[[", 1));
 }
 
-TEST(AsciiTest, AsciiStaysAsItIs)
+TEST(JsonStringTest, PlainTextIsQuoted)
 {
-   std::string ascii;
-   for (char c = 1; c < 127; ++c) {
-      ascii += c;
+   EXPECT_EQ("\"\"", Quote(""));
+   EXPECT_EQ("\"Host only, 192.168.8.0~\x7F\"", Quote("Host only, 192.168.8.0~\x7F"));
+}
+
+TEST(JsonStringTest, AsciiIsEscapedAsTheJsonLibraryDoesIt)
+{
+   for (char c = 0; c < 127; ++c) {
+      boost::property_tree::ptree tree;
+      tree.put("key", std::string("a") + c + "b");
+      std::ostringstream stream;
+      boost::property_tree::write_json(stream, tree, false);
+      EXPECT_EQ(stream.str(), "{\"key\":" + Quote(std::string("a") + c + "b") + "}\n");
    }
-   EXPECT_EQ(ascii, ToAsciiJson(ascii));
-   EXPECT_EQ("", ToAsciiJson(""));
 }
 
-TEST(AsciiTest, OtherCharactersBecomeEscapesWithCapitalHexDigits)
+TEST(JsonStringTest, OtherCharactersBecomeEscapesWithCapitalHexDigits)
 {
-   EXPECT_EQ("\"B\\u00FCro\"", ToAsciiJson("\"B\u00FCro\""));
-   EXPECT_EQ("\\u0080\\u07FF\\u0800\\uFFFF", ToAsciiJson("\u0080\u07FF\u0800\uFFFF"));
-   EXPECT_EQ("\\uABCD\\uFFFD", ToAsciiJson("\uABCD\uFFFD"));
+   EXPECT_EQ("\"B\\u00FCro\"", Quote("B\u00FCro"));
+   EXPECT_EQ("\"\\u0080\\u07FF\\u0800\\uFFFF\"", Quote("\u0080\u07FF\u0800\uFFFF"));
+   EXPECT_EQ("\"\\uABCD\\uFFFD\"", Quote("\uABCD\uFFFD"));
 }
 
-TEST(AsciiTest, CharactersBeyondTheBasicPlaneBecomeSurrogatePairs)
+TEST(JsonStringTest, CharactersBeyondTheBasicPlaneBecomeSurrogatePairs)
 {
-   EXPECT_EQ("\\uD800\\uDC00", ToAsciiJson("\U00010000"));
-   EXPECT_EQ("\\uD834\\uDD1E", ToAsciiJson("\U0001D11E"));
-   EXPECT_EQ("\\uDBFF\\uDFFF", ToAsciiJson("\U0010FFFF"));
-}
-
-TEST(AsciiTest, ANulIsAByteLikeOthers)
-{
-   std::string const text("a\0\u00FC", 4);
-   EXPECT_EQ(std::string("a\0\\u00FC", 8), ToAsciiJson(text));
+   EXPECT_EQ("\"\\uD800\\uDC00\"", Quote("\U00010000"));
+   EXPECT_EQ("\"\\uD834\\uDD1E\"", Quote("\U0001D11E"));
+   EXPECT_EQ("\"\\uDBFF\\uDFFF\"", Quote("\U0010FFFF"));
 }
 
 } // namespace netcfg::common
