@@ -1,0 +1,185 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// How fast and how heavy the editor's window is, beside a bare window with a list.
+//
+//    bench_windows EDITOR
+//
+// Wants a display (DISPLAY). Works in namespaces of its own, as root.
+#include "networks/laboratory.hh"
+#include "networks/nursery.hh"
+#include "networks/results.hh"
+#include "windows/desktop.hh"
+#include "windows/program.hh"
+
+#include <cstdio>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using namespace bench;
+
+constexpr auto bareTitle = "Bare window";
+constexpr auto editorTitle = "Tavrin Network Editor";
+constexpr unsigned int fewNetworks = 3;
+constexpr unsigned int manyNetworks = 256;
+constexpr unsigned int manyForwards = 1000;
+constexpr int launches = 15;
+constexpr int keys = 40;
+constexpr std::chrono::seconds idleTime(60);
+
+// NAT and host-only networks in turn; the first, a NAT network, has the forwards.
+void WriteDatabase(unsigned int networks, unsigned int forwards)
+{
+   std::ofstream file("/etc/tavrin/networking");
+   file << "[general]\nversion=1\n";
+   for (unsigned int index = 0; index < networks; ++index) {
+      auto const name = "tvnet" + std::to_string(index);
+      file << "[" << name << "]\nsubnet=10.20." << index << ".0\nmask=255.255.255.0\n"
+           << "adapter=true\ndhcp=true\nnat=" << (index % 2 == 0 ? "true" : "false") << "\n";
+   }
+   for (unsigned int i = 0; i < forwards; ++i) {
+      file << "[tvnet0 forward tcp " << 10000 + i << "]\naddress=10.20.0." << 10 + i % 200
+           << "\nport=80\n";
+   }
+}
+
+// One of the programs, with a window that reacts.
+class Opened {
+public:
+   Opened(Desktop& desktopOfUser, std::string const& path, std::string const& title)
+      : desktop(desktopOfUser), program((desktop.WaitUntilQuiet(), path)),
+        window(desktop.WaitForWindow(title))
+   {}
+
+   Program const& GetProgram() const { return program; }
+
+   // How long until a key is handled and what it changes is drawn.
+   double Press(char const* key, bool alt = false)
+   {
+      desktop.WaitUntilQuiet();
+      return Measure([&] {
+         desktop.Press(key, alt);
+         desktop.WaitUntilDrawn();
+         desktop.WaitUntilHandled(window);
+      });
+   }
+
+private:
+   Desktop& desktop;
+   Program const program;
+   Window const window;
+};
+
+class Bench {
+public:
+   Bench(std::string const& bareProgram, std::string const& editorProgram)
+      : bare(bareProgram), editor(editorProgram)
+   {}
+
+   void Run()
+   {
+      WriteDatabase(fewNetworks, 0);
+      MeasureLaunches(fewNetworks);
+      MeasureMemory();
+      MeasureIdle();
+      WriteDatabase(manyNetworks, manyForwards);
+      MeasureLaunches(manyNetworks);
+      MeasureKeys();
+      PrintTable({{bareLaunch, "", false},
+                  {editorLaunch, bareLaunch, false},
+                  {selection, "", false},
+                  {keystroke, "", false},
+                  {toggle, "", false}},
+                 results);
+   }
+
+private:
+   static constexpr auto bareLaunch = "launch of a bare window";
+   static constexpr auto editorLaunch = "launch of the editor";
+   static constexpr auto selection = "another network selected";
+   static constexpr auto keystroke = "a character typed";
+   static constexpr auto toggle = "a box checked";
+
+   std::string const bare;
+   std::string const editor;
+   Desktop desktop;
+   Results results;
+
+   // In turn, as a machine's speed changes.
+   void MeasureLaunches(unsigned int networks)
+   {
+      for (int i = 0; i < launches; ++i) {
+         results.Add(bareLaunch, networks,
+                     Measure([&] { Opened const opened(desktop, bare, bareTitle); }));
+         results.Add(editorLaunch, networks,
+                     Measure([&] { Opened const opened(desktop, editor, editorTitle); }));
+      }
+   }
+
+   void MeasureMemory()
+   {
+      long const ofBare = Opened(desktop, bare, bareTitle).GetProgram().GetMemory();
+      long const ofEditor = Opened(desktop, editor, editorTitle).GetProgram().GetMemory();
+      std::printf("memory, proportional: bare window %.1f MiB, editor and its server %.1f MiB: "
+                  "%.1f MiB more\n",
+                  static_cast<double>(ofBare) / 1024, static_cast<double>(ofEditor) / 1024,
+                  static_cast<double>(ofEditor - ofBare) / 1024);
+   }
+
+   void MeasureIdle()
+   {
+      Opened const opened(desktop, editor, editorTitle);
+      desktop.WaitUntilQuiet();
+      auto const before = opened.GetProgram().GetUse();
+      std::this_thread::sleep_for(idleTime);
+      for (auto const& [pid, use] : opened.GetProgram().GetUse()) {
+         auto const found = before.find(pid);
+         auto const earlier = found == before.end() ? Use() : found->second;
+         std::printf("idle for a minute, process %s: %ld wake-ups, %ld ticks of processor time\n",
+                     GetName(pid).c_str(), use.switches - earlier.switches,
+                     use.ticks - earlier.ticks);
+      }
+   }
+
+   // The list has the keyboard.
+   void MeasureKeys()
+   {
+      Opened opened(desktop, editor, editorTitle);
+      for (int i = 0; i < keys; ++i) {
+         results.Add(selection, manyNetworks, opened.Press("Down"));
+      }
+      opened.Press("i", true); // the subnet's address
+      for (int i = 0; i < keys; ++i) {
+         results.Add(keystroke, manyNetworks, opened.Press(i % 2 == 0 ? "1" : "BackSpace"));
+      }
+      for (int i = 0; i < keys; ++i) {
+         results.Add(toggle, manyNetworks, opened.Press("d", true));
+      }
+   }
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+try {
+   if (argc != 3) {
+      std::fprintf(stderr, "usage: %s BARE_WINDOW EDITOR\n", argv[0]);
+      return 2;
+   }
+   if (geteuid() != 0) {
+      std::fprintf(stderr, "Only root's editor needs no password\n");
+      return 77;
+   }
+   return RunInNursery([&] {
+      Laboratory const laboratory;
+      Bench(argv[1], argv[2]).Run();
+      return 0;
+   });
+} catch (std::exception const& error) {
+   std::fprintf(stderr, "%s\n", error.what());
+   return 1;
+}
