@@ -7,6 +7,7 @@
 #include "vnet/services/dnsmasqConfig.hh"
 #include "vnet/values/error.hh"
 
+#include <algorithm>
 #include <filesystem>
 #include <unistd.h>
 
@@ -52,8 +53,10 @@ bool DnsmasqService::IsRunning() const
 bool DnsmasqService::Runs(std::optional<services::WantedDnsmasq> const& wanted) const
 {
    if (!wanted) {
-      // One that an earlier process left half started has no more than one of these.
-      return !process::MayExist(place.configurationPath) && !process::MayExist(place.pidPath);
+      // One that an earlier process left half started or half stopped may have any of these.
+      auto const files = {&place.configurationPath, &place.pidPath, &place.optionsPath,
+                          &place.serversPath};
+      return std::ranges::none_of(files, [](auto const* file) { return process::MayExist(*file); });
    }
    return Make(*wanted).Runs(MakeTexts(*wanted, GetLink()));
 }

@@ -14,6 +14,7 @@ namespace vnet::engine {
 namespace {
 
 using testing::Contains;
+using testing::ElementsAre;
 using testing::IsEmpty;
 
 struct Harm {
@@ -111,6 +112,21 @@ TEST_F(DeathTest, ADeadDnsmasqIsStartedAgain)
    EXPECT_THAT(ListDifferences(8), Contains("dnsmasq"));
    engine->Reconcile(settings);
    EXPECT_EQ(1u, ListDnsmasqs(8).size());
+}
+
+// What a process wrote first, or removed last, when it died over a start or a stop.
+TEST_F(DeathTest, NoFileOfADnsmasqThatIsNotWantedStays)
+{
+   settings.networks[8] = MakeHostOnly(8);
+   settings.networks[8].useDhcp = false;
+   engine->StartAll(settings);
+   auto const good = test::TakeState(GetHost());
+   for (auto const* name : {"conf", "pid", "options", "servers"}) {
+      test::WriteText(std::string("/run/tavrin/tvnet8/dnsmasq.") + name, "\n");
+      EXPECT_THAT(ListDifferences(8), ElementsAre("dnsmasq")) << name;
+      engine->Reconcile(settings);
+      EXPECT_TRUE(test::AreEqual(good, test::TakeState(GetHost()))) << name;
+   }
 }
 
 TEST_F(DeathTest, TheRouteOfANetworkWithoutAdapterComesBack)

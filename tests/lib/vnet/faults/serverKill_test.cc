@@ -173,9 +173,13 @@ void ServerKillTest::Round(Target const& target, microseconds after)
    TestProcess start({vnets, "start"});
    EXPECT_TRUE(ExitedWith(start.Wait(), 0)) << start.GetOutput();
 
-   // The watcher has woken up, and takes the lock for a moment.
+   auto const started = ListDnsmasqs();
+   // The kernel brings IPv6 addresses and routes up in its own time.
+   EXPECT_TRUE(Eventually([&] { return test::AreEqual(GetCurrent().state, TakeState()); }))
+      << test::AreEqual(GetCurrent().state, TakeState()).message();
+   // The watcher has woken up, and has taken the lock for a moment, but found all in order.
    EXPECT_TRUE(Eventually([] { return !fs::exists("/run/tavrin/networking.lock"); }));
-   EXPECT_TRUE(test::AreEqual(GetCurrent().state, TakeState()));
+   EXPECT_EQ(started, ListDnsmasqs());
 }
 
 } // namespace
