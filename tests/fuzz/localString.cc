@@ -10,6 +10,7 @@
 #include "fuzz/target.hh"
 
 #include <algorithm>
+#include <iterator>
 #include <libintl.h>
 #include <optional>
 #include <printf.h>
@@ -38,6 +39,12 @@ namespace {
 
 constexpr std::size_t maxArguments = 64;
 
+// "%ls" and "%S" are the same to printf(3); its parser tells the one as "%s", the other apart.
+int Unite(int type)
+{
+   return type == PA_WSTRING ? PA_STRING : type == PA_WCHAR ? PA_CHAR : type;
+}
+
 // The arguments that printf would take, as its own parser tells.
 std::optional<std::vector<int>> GetArguments(std::string const& format)
 {
@@ -46,7 +53,9 @@ std::optional<std::vector<int>> GetArguments(std::string const& format)
    if (count > maxArguments) {
       return std::nullopt;
    }
-   return std::vector<int>(types, types + count);
+   std::vector<int> arguments;
+   std::transform(types, types + count, std::back_inserter(arguments), Unite);
+   return arguments;
 }
 
 bool IsSafe(std::vector<std::string> const& conversions)
