@@ -197,20 +197,23 @@ void Dnsmasq::EndUnit() const
    }
 }
 
-// One that just starts may make another while we look.
+// One that just starts may make another while we look, and be gone by then: whoever found one looks
+// again.
 bool Dnsmasq::EndStrays() const
 {
-   bool ended = false;
+   bool found = false;
    for (bool more = true; more;) {
       more = false;
       for (auto const& facts : FindProcesses(GetArguments())) {
          // Not knowing isn't enough: it may be a container's.
-         bool const known = facts.sameNetwork.has_value();
-         more = (known && IsOurs(facts) && End(facts)) || more;
+         if (facts.sameNetwork.has_value() && IsOurs(facts)) {
+            End(facts);
+            more = true;
+         }
       }
-      ended = ended || more;
+      found = found || more;
    }
-   return ended;
+   return found;
 }
 
 bool Dnsmasq::End(ProcessFacts const& facts) const

@@ -146,26 +146,26 @@ bool StartsWith(std::vector<std::string> const& all, std::vector<std::string> co
    return all.size() >= first.size() && std::equal(first.begin(), first.end(), all.begin());
 }
 
-std::vector<pid_t> ListProcesses()
+// In the order of their numbers, and looked at while they are listed: of one that ends meanwhile, a
+// child that it made just before has a higher number, and is still to come.
+template <class Look>
+void ForEachProcess(Look const& look)
 {
-   std::vector<pid_t> pids;
    std::unique_ptr<DIR, int (*)(DIR*)> const folder(opendir("/proc"), closedir);
    if (!folder) {
       throw Error("list", "processes", std::strerror(errno));
    }
-   errno = 0;
-   while (auto const* entry = readdir(folder.get())) {
+   for (errno = 0; auto const* entry = readdir(folder.get()); errno = 0) {
       std::string_view const name = entry->d_name;
       pid_t pid = 0;
       auto const [end, error] = std::from_chars(name.data(), name.data() + name.size(), pid);
       if (error == std::errc() && end == name.data() + name.size()) {
-         pids.push_back(pid);
+         look(pid);
       }
    }
    if (errno != 0) {
       throw Error("list", "processes", std::strerror(errno));
    }
-   return pids;
 }
 
 } // namespace
@@ -187,15 +187,15 @@ std::optional<ProcessFacts> FindProcess(pid_t pid)
 std::vector<ProcessFacts> FindProcesses(std::vector<std::string> const& firstArguments)
 {
    std::vector<ProcessFacts> found;
-   for (pid_t const pid : ListProcesses()) {
+   ForEachProcess([&](pid_t pid) {
       auto const folder = OpenFolder(pid);
       if (!folder.IsOpen() || !StartsWith(ReadArguments(folder.Get()), firstArguments)) {
-         continue;
+         return;
       }
       if (auto const facts = FindProcess(pid)) {
          found.push_back(*facts);
       }
-   }
+   });
    return found;
 }
 

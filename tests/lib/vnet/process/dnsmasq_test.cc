@@ -9,11 +9,14 @@
 #include "vnet/process/serviceUser.hh"
 #include "vnet/process/smallFile.hh"
 
+#include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <sched.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -237,6 +240,24 @@ TEST_F(DnsmasqTest, StoppingEndsOneThatNobodyWroteDown)
    dnsmasq.Stop();
    EXPECT_TRUE(ListRunning().empty());
    EXPECT_FALSE(fs::exists(folder));
+}
+
+// As a first process is, when it has made the one that stays.
+TEST_F(DnsmasqTest, OneThatIsGoneWhenItIsToBeEndedMayHaveLeftAnother)
+{
+   if (!test::GetTraceProblem().empty()) {
+      GTEST_SKIP() << test::GetTraceProblem();
+   }
+   auto const end = [&](std::optional<test::Fault> const& fault) {
+      dnsmasq.Apply(texts);
+      fs::remove(std::string(folder) + "/dnsmasq.process");
+      return test::RunTraced({.work = [&] { dnsmasq.Stop(); }}, fault).calls;
+   };
+   auto const calls = end({});
+   auto const hold = std::ranges::find(calls, SYS_pidfd_open, &test::SystemCall::number);
+   ASSERT_NE(calls.end(), hold);
+   end(test::Fault{hold->process, hold->index, hold->number, test::Fault::Kind::Fail, ESRCH});
+   EXPECT_TRUE(ListRunning().empty());
 }
 
 // A look at another container's, with the same files in its own place, that fails.
