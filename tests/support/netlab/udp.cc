@@ -139,14 +139,18 @@ void UdpFlow::Send()
    // What can't even be sent counts as lost.
    sendto(socket.Get(), &sent, sizeof sent, MSG_DONTWAIT, target.Get(), target.length);
    ++sent;
+   lastSent = Clock::now();
 }
 
 // A slow machine answers late, and its buffers are small. Where answers stop altogether the sender
-// goes on, to see when they come again.
+// goes on, to see when they come again, but no faster than fills the buffers in some seconds.
 bool UdpFlow::IsLagging() const
 {
+   using std::chrono::milliseconds;
    auto const answered = answers.empty() ? 0 : answers.rbegin()->first + 1;
-   return sent - answered > 100 && Clock::now() - last < std::chrono::milliseconds(100);
+   auto const now = Clock::now();
+   return sent - answered > 100 &&
+          (now - last < milliseconds(100) || now - lastSent < milliseconds(10));
 }
 
 void UdpFlow::Receive()

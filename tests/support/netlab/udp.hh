@@ -82,6 +82,7 @@ private:
    std::uint32_t sent = 0;
    bool finishing = false;
    Clock::time_point last = Clock::now();
+   Clock::time_point lastSent;
    Clock::duration longest{0};
    Worker worker;
 
