@@ -18,10 +18,10 @@ constexpr auto family = "inet";
 constexpr auto tableName = "firewalld";
 constexpr auto zoneName = "tavrin";
 
-// To a bridged network the host is but one more neighbour on the LAN.
+// A bridged network has no subnet: to it the host is but one more neighbour on the LAN.
 bool NeedsZone(services::WantedNetwork const& wanted)
 {
-   return wanted.kind != services::Kind::Bridged && wanted.subnet;
+   return wanted.subnet.has_value();
 }
 
 template <class Work>
@@ -81,11 +81,6 @@ void FirewallZone::Apply(services::WantedNetwork const& wanted)
       known = false;
       TellFailure([&] { zones->Add(zoneName, wanted.bridge.name); });
    }
-}
-
-void FirewallZone::Remove(unsigned int index)
-{
-   TakeOut(GetNetworkName(index));
 }
 
 // Another zone was somebody's choice.

@@ -27,7 +27,6 @@ public:
    // Whether the bridge is in a zone, or needs none. Where that can't be known, all is right.
    bool IsRight(services::WantedNetwork const& wanted);
    void Apply(services::WantedNetwork const& wanted);
-   void Remove(unsigned int index);
    // Takes out the bridges of all networks but these.
    void Sweep(std::set<unsigned int> const& networks);
 

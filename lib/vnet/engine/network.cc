@@ -175,7 +175,6 @@ void Network::Remove()
    failures.Try([&] { ForgetFlows(shared.host, notes.ReadForwards()); });
    failures.Try([&] { shared.switches.Use(index, {}); });
    failures.Try([&] { shared.docker.Remove(index); });
-   shared.zone.Remove(index);
    failures.Try([&] { shared.rules.Remove(index); });
    if (failures.IsEmpty()) {
       failures.Try([&] { notes.Remove(); });

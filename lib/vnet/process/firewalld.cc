@@ -3,7 +3,6 @@
 
 #include "vnet/process/runningProcess.hh"
 #include "vnet/process/systemBus.hh"
-#include "vnet/values/error.hh"
 
 #include <string_view>
 #include <utility>
@@ -39,19 +38,6 @@ private:
    SystemBus bus;
    std::string owner;
 };
-
-// Tells a refusal as a failure of the action.
-template <class Work>
-auto Ask(std::string const& address, std::chrono::milliseconds patience, char const* action,
-         std::string const& object, Work const& work)
-{
-   try {
-      Service service(address, patience);
-      return work(service);
-   } catch (Refusal const& refusal) {
-      throw Error(action, object, refusal.what());
-   }
-}
 
 void RequireThere(Service const& service)
 {
@@ -93,7 +79,7 @@ Firewalld::Firewalld(std::string addressOfBus, std::chrono::milliseconds patienc
 std::optional<std::map<std::string, std::string>> Firewalld::ListDevices()
 {
    using Devices = std::optional<std::map<std::string, std::string>>;
-   return Ask(address, patience, "list", "devices of firewalld", [](Service& service) {
+   return Ask<Service>(address, patience, "list", "devices of firewalld", [](Service& service) {
       return service.IsThere() ? Devices(ReadDevices(
                                     service.Call("getActiveZones", nullptr, "(a{sa{sas}})").get()))
                                : Devices();
@@ -102,7 +88,7 @@ std::optional<std::map<std::string, std::string>> Firewalld::ListDevices()
 
 std::vector<std::string> Firewalld::ListZones()
 {
-   return Ask(address, patience, "list", "zones of firewalld", [](Service& service) {
+   return Ask<Service>(address, patience, "list", "zones of firewalld", [](Service& service) {
       RequireThere(service);
       auto const answer = service.Call("getZones", nullptr, "(as)");
       std::vector<std::string> zones;
@@ -119,20 +105,21 @@ std::vector<std::string> Firewalld::ListZones()
 
 void Firewalld::Add(std::string const& zone, std::string const& device)
 {
-   Ask(address, patience, "put", device + " into firewalld's zone " + zone, [&](Service& service) {
-      RequireThere(service);
-      service.Call("addInterface", g_variant_new("(ss)", zone.c_str(), device.c_str()), "(s)");
-   });
+   Ask<Service>(
+      address, patience, "put", device + " into firewalld's zone " + zone, [&](Service& service) {
+         RequireThere(service);
+         service.Call("addInterface", g_variant_new("(ss)", zone.c_str(), device.c_str()), "(s)");
+      });
 }
 
 void Firewalld::Remove(std::string const& zone, std::string const& device)
 {
-   Ask(address, patience, "take", device + " out of firewalld's zone " + zone,
-       [&](Service& service) {
-          RequireThere(service);
-          service.Call("removeInterface", g_variant_new("(ss)", zone.c_str(), device.c_str()),
-                       "(s)");
-       });
+   Ask<Service>(address, patience, "take", device + " out of firewalld's zone " + zone,
+                [&](Service& service) {
+                   RequireThere(service);
+                   service.Call("removeInterface",
+                                g_variant_new("(ss)", zone.c_str(), device.c_str()), "(s)");
+                });
 }
 
 } // namespace vnet::process

@@ -2,6 +2,8 @@
 // One connection to D-Bus.
 #pragma once
 
+#include "vnet/values/error.hh"
+
 #include <chrono>
 #include <gio/gio.h>
 #include <memory>
@@ -94,6 +96,20 @@ bool SystemBus::TakeIn(Condition const& condition)
       g_main_context_iteration(context.get(), TRUE);
    }
    return condition();
+}
+
+// Does the work with a service that is made of the address and the patience, and tells a refusal of
+// either as a failure to do the action with the object. Throws Error.
+template <class Service, class Work>
+auto Ask(std::string const& address, std::chrono::milliseconds patience, char const* action,
+         std::string const& object, Work const& work)
+{
+   try {
+      Service service(address, patience);
+      return work(service);
+   } catch (Refusal const& refusal) {
+      throw Error(action, object, refusal.what());
+   }
 }
 
 } // namespace vnet::process

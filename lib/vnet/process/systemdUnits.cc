@@ -2,24 +2,10 @@
 #include "vnet/process/systemdUnits.hh"
 
 #include "vnet/process/systemdManager.hh"
-#include "vnet/values/error.hh"
 
 namespace vnet::process {
 
 namespace {
-
-// Runs the work on a connection, and tells a refusal as a failure to do `action` with the unit.
-template <class Work>
-auto Ask(std::string const& address, std::chrono::milliseconds patience, char const* action,
-         std::string const& unit, Work const& work)
-{
-   try {
-      SystemdManager manager(address, patience);
-      return work(manager);
-   } catch (Refusal const& refusal) {
-      throw Error(action, unit, refusal.what());
-   }
-}
 
 [[noreturn]] void Fail(SystemdManager& manager, char const* action, std::string const& unit,
                        std::string const& ending)
@@ -39,7 +25,7 @@ SystemdUnits::SystemdUnits(std::string addressOfBus, std::chrono::milliseconds p
 // again without end; but what its user asks for counts for nothing there.
 void SystemdUnits::Start(std::string const& unit)
 {
-   Ask(address, patience, "start", unit, [&](SystemdManager& manager) {
+   Ask<SystemdManager>(address, patience, "start", unit, [&](SystemdManager& manager) {
       manager.Reset(unit);
       if (auto const ending = manager.RunJob("StartUnit", unit); ending != "done") {
          Fail(manager, "start", unit, ending);
@@ -49,7 +35,7 @@ void SystemdUnits::Start(std::string const& unit)
 
 void SystemdUnits::Stop(std::string const& unit)
 {
-   Ask(address, patience, "stop", unit, [&](SystemdManager& manager) {
+   Ask<SystemdManager>(address, patience, "stop", unit, [&](SystemdManager& manager) {
       try {
          if (auto const ending = manager.RunJob("StopUnit", unit); ending != "done") {
             Fail(manager, "stop", unit, ending);
@@ -64,7 +50,7 @@ void SystemdUnits::Stop(std::string const& unit)
 
 std::string SystemdUnits::GetState(std::string const& unit)
 {
-   return Ask(address, patience, "look at", unit, [&](SystemdManager& manager) {
+   return Ask<SystemdManager>(address, patience, "look at", unit, [&](SystemdManager& manager) {
       return manager.GetText(unit, "org.freedesktop.systemd1.Unit", "ActiveState");
    });
 }

@@ -3,9 +3,9 @@
 #pragma once
 
 #include "lib/vnet/engine/hostState.hh"
+#include "lib/vnet/getFailure.hh"
 #include "support/netlab/lab.hh"
 #include "vnet/engine/engine.hh"
-#include "vnet/values/error.hh"
 
 #include <memory>
 #include <optional>
@@ -30,18 +30,6 @@ protected:
 
    // A new engine, as a new process has it, knowing nothing of earlier ones.
    void MakeEngine();
-   // What `work` throws; empty if nothing.
-   template <class Work>
-   static std::string GetFailure(Work const& work)
-   {
-      try {
-         work();
-      } catch (Error const& error) {
-         return error.what();
-      }
-      return {};
-   }
-
    // A guest's device plugged into a bridge.
    void Plug(unsigned int index, std::string const& port = "guest");
 

@@ -109,6 +109,14 @@ TEST_F(FirewallZoneTest, ItsBridgeIsInOurZoneAsLongAsANetworkRuns)
    EXPECT_THAT(firewall->devices, IsEmpty());
 }
 
+TEST_F(FirewallZoneTest, ItsBridgeLeavesOurZoneWithTheNetworkNotOnlyAtTheEndOfASave)
+{
+   engine->StartService(settings, 8, Service::Nat);
+   EXPECT_THAT(firewall->devices, ElementsAre(Pair("tvnet8", "tavrin")));
+   engine->RemoveNetwork({}, 8);
+   EXPECT_THAT(firewall->devices, IsEmpty());
+}
+
 TEST_F(FirewallZoneTest, EveryNetworkThatReachesTheHostIsThereAndABridgedOneIsNot)
 {
    settings.networks[1] = MakeHostOnly(1);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vnet/host/links.hh"
 
+#include "lib/vnet/getFailure.hh"
 #include "support/netlab/lab.hh"
 #include "support/testProcess.hh"
 #include "vnet/host/netlink.hh"
@@ -33,17 +34,6 @@ protected:
    void MakeVeth(std::string const& name)
    {
       GetHost().Command("ip link add " + name + " type veth peer name " + name + "p");
-   }
-
-   template <class Work>
-   std::string GetFailure(Work const& work)
-   {
-      try {
-         work();
-         return "";
-      } catch (Error const& error) {
-         return error.what();
-      }
    }
 
    std::optional<RouteSocket> socket;

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vnet/process/firewalld.hh"
 
+#include "lib/vnet/getFailure.hh"
 #include "lib/vnet/process/firewalldDouble.hh"
 #include "support/netlab/lab.hh"
 #include "support/netlab/namespace.hh"
 #include "support/testProcess.hh"
-#include "vnet/values/error.hh"
 
 #include <gmock/gmock.h>
 
@@ -14,21 +14,9 @@ namespace vnet::process {
 namespace {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Optional;
 using testing::Pair;
-
-template <class Work>
-std::string GetFailure(Work const& work)
-{
-   try {
-      work();
-   } catch (Error const& error) {
-      return error.what();
-   }
-   return "";
-}
 
 class FirewalldTest : public netlab::LabTest {
 protected:

@@ -2,9 +2,9 @@
 #include "vnet/process/systemdUnits.hh"
 
 #include "base/fileDescriptor.hh"
+#include "lib/vnet/getFailure.hh"
 #include "lib/vnet/process/managerDouble.hh"
 #include "support/testProcess.hh"
-#include "vnet/values/error.hh"
 
 #include <future>
 #include <gmock/gmock.h>
@@ -21,17 +21,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 constexpr char const* unit = "tavrin-dhcp@tvnet8.service";
-
-template <class Work>
-std::string GetFailure(Work const& work)
-{
-   try {
-      work();
-   } catch (Error const& error) {
-      return error.what();
-   }
-   return "";
-}
 
 class SystemdUnitsTest : public testing::Test {
 protected:
