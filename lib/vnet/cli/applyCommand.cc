@@ -136,7 +136,7 @@ void Program::TellChanges(std::vector<document::Change> const& changes,
       output.Tell(ToString(change) + "\n");
    }
    for (auto const& difference : host) {
-      output.Tell("host: " + difference + "\n");
+      output.Tell((dryRun ? "host differs: " : "host differed: ") + difference + "\n");
    }
    if (changes.empty() && host.empty()) {
       output.Tell(dryRun ? "Nothing would change.\n" : "Nothing changed.\n");

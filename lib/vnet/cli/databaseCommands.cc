@@ -104,6 +104,7 @@ int Program::List()
 
 int Program::Check()
 {
+   RequireDatabase();
    auto const checked = CheckText(ReadTextFile(databasePlace.file, maxDatabaseBytes).text);
    if (output.json) {
       output.TellJson(json::Value::MakeObject()

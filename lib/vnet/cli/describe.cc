@@ -54,7 +54,7 @@ Row MakeRow(Settings const& settings, unsigned int index)
            DescribeSubnet(network),
            yesOrNo(network.useAdapter),
            yesOrNo(network.useDhcp),
-           network.displayName};
+           network.displayName.empty() ? "-" : network.displayName};
 }
 
 std::string MakeLine(std::string const& label, std::string const& value)

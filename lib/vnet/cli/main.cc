@@ -16,6 +16,7 @@ using vnet::cli::Output;
 int Run(std::vector<std::string> const& arguments, Output& output)
 {
    auto const line = vnet::cli::ParseCommandLine(arguments);
+   output.json = line.json;
    // What the caller names is what the caller can read, and in the caller's folder.
    auto document = line.file.empty() ? base::FileDescriptor() : vnet::cli::OpenDocument(line.file);
    Privilege_Drop();
@@ -43,6 +44,7 @@ int main(int argc, char** argv)
       return vnet::cli::status::usage;
    } catch (std::exception const& error) {
       output.Complain(error.what());
+      output.TellEnd(false);
       return vnet::cli::status::failure;
    }
 }

@@ -16,4 +16,13 @@ void Output::Complain(std::string const& text)
    complaints.push_back(text);
 }
 
+void Output::TellEnd(bool done)
+{
+   if (json) {
+      TellJson(json::Value::MakeObject()
+                  .Add("done", done)
+                  .Add("failures", json::Value::MakeList(complaints)));
+   }
+}
+
 } // namespace vnet::cli

@@ -23,6 +23,9 @@ public:
    void TellJson(json::Value const& value);
    // A line for errors, with the program's name before it.
    void Complain(std::string const& text);
+   // Of what has nothing to tell but how it went: that, and the complaints, where JSON is asked
+   // for.
+   void TellEnd(bool done);
    // The complaints so far.
    std::vector<std::string> const& GetComplaints() const { return complaints; }
 

@@ -24,7 +24,6 @@ Program::Program(Output& where, base::FileDescriptor documentToApply)
 
 int Program::Run(CommandLine const& line)
 {
-   output.json = line.json;
    switch (line.verb) {
    case Verb::Help:
       output.Tell(GetHelp());
@@ -81,8 +80,18 @@ int Program::RunHostCommand(CommandLine const& line)
    }
 }
 
+// Who never made networks is told how to.
+void Program::RequireDatabase() const
+{
+   if (GetStamp(databasePlace.file) == Stamp()) {
+      throw Error("read", databasePlace.file,
+                  "There is no such database; \"tavrin-vnets init\" makes one");
+   }
+}
+
 Settings Program::ReadSettings() const
 {
+   RequireDatabase();
    return Database(databasePlace).GetSettings();
 }
 
@@ -107,11 +116,7 @@ bool Program::Attempt(std::function<void()> const& work)
 // Of a command that has nothing to tell but how it went.
 int Program::EndWith(bool done)
 {
-   if (output.json) {
-      output.TellJson(json::Value::MakeObject()
-                         .Add("done", done)
-                         .Add("failures", json::Value::MakeList(output.GetComplaints())));
-   }
+   output.TellEnd(done);
    return done ? status::fine : status::failure;
 }
 

@@ -64,6 +64,7 @@ private:
    int RunDatabaseCommand(CommandLine const& line);
    int RunHostCommand(CommandLine const& line);
 
+   void RequireDatabase() const;
    Settings ReadSettings() const;
    Session OpenSession() const;
    Session OpenSessionForStop();

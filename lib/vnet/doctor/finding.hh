@@ -9,7 +9,7 @@
 namespace vnet::doctor {
 
 struct Finding {
-   std::string cause;                   // a word that stays the same: "filter", "vpn-overlap", ...
+   std::string cause;                   // a word that stays the same: "filter", "overlap", ...
    std::optional<unsigned int> network; // empty: it concerns all
    std::string text;                    // what it is, in a sentence
    std::string remedy;                  // a command line that mends it; empty if no command does

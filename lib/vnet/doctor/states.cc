@@ -64,18 +64,20 @@ Findings FindStates(Patient const& patient)
 
 Findings FindDifferences(Patient const& patient, Findings const& others)
 {
-   Findings findings;
    if (!patient.Runs()) {
-      return findings;
+      return {};
    }
+   std::string all;
    for (auto const& difference : patient.report->differences) {
       if (!IsExplained(difference, others)) {
-         findings.push_back({"differs", patient.index,
-                             "On the host it isn't as the database wants: " + difference + ".",
-                             patient.GetStart()});
+         all += (all.empty() ? "" : ", ") + difference;
       }
    }
-   return findings;
+   if (all.empty()) {
+      return {};
+   }
+   return {{"differs", patient.index, "On the host it isn't as the database wants: " + all + ".",
+            patient.GetStart()}};
 }
 
 } // namespace vnet::doctor

@@ -34,10 +34,10 @@ TEST(DescribeTest, NetworksAreAllThatTheDatabaseNames)
 TEST(DescribeTest, TheListIsATable)
 {
    EXPECT_EQ("NETWORK  TYPE                                SUBNET          HOST  DHCP  NAME\n"
-             "tvnet0   bridged automatically (eth0, eth1)  -               -     -\n"
+             "tvnet0   bridged automatically (eth0, eth1)  -               -     -     -\n"
              "tvnet1   host-only                           192.168.5.0/24  yes   no    Büro\n"
-             "tvnet3   bridged (eth2)                      -               -     -\n"
-             "tvnet8   NAT                                 10.0.0.0/8      no    yes\n",
+             "tvnet3   bridged (eth2)                      -               -     -     -\n"
+             "tvnet8   NAT                                 10.0.0.0/8      no    yes   -\n",
              DescribeList(MakeSettings()));
 }
 
