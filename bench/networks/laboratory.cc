@@ -15,16 +15,22 @@ constexpr auto guestDevice = "eth0";
 
 } // namespace
 
+void Surround(netlab::Namespace const& host, netlab::Namespace const& outside,
+              netlab::Namespace const& guest)
+{
+   netlab::Connect(host, "eth0", outside, "eth0");
+   host.AddAddress("eth0", "198.51.100.1/24");
+   outside.AddAddress("eth0", "198.51.100.2/24");
+   host.Command("ip route add default via 198.51.100.2");
+   netlab::Connect(host, port, guest, guestDevice);
+}
+
 Laboratory::Laboratory()
 {
    if (auto const& problem = netlab::GetProblem(); !problem.empty()) {
       throw std::runtime_error(problem);
    }
-   netlab::Connect(GetHost(), "eth0", outside, "eth0");
-   GetHost().AddAddress("eth0", "198.51.100.1/24");
-   outside.AddAddress("eth0", "198.51.100.2/24");
-   GetHost().Command("ip route add default via 198.51.100.2");
-   netlab::Connect(GetHost(), port, guest, guestDevice);
+   Surround(GetHost(), outside, guest);
 }
 
 void Laboratory::Plug(unsigned int index)

@@ -7,6 +7,7 @@
 
 #include <fstream>
 #include <stdexcept>
+#include <utility>
 
 namespace bench {
 
@@ -31,17 +32,25 @@ void Change(Work const& work)
    work(engine, database.GetSettings());
 }
 
-} // namespace
-
-Product::Product(unsigned int count)
+Edited MakeModel(unsigned int count)
 {
+   Edited model;
    for (unsigned int index = 0; index < count; ++index) {
       bool const nat = index % 8 < 7;
       model.networks[index] = nat ? Edited::MakeNat(index) : Edited::MakeHostOnly(index);
    }
+   return model;
+}
+
+} // namespace
+
+Product::Product(unsigned int count) : Product(MakeModel(count)) {}
+
+Product::Product(Edited networks, vnet::engine::Place const& place) : model(std::move(networks))
+{
    std::ofstream("/etc/tavrin/networking") << "[general]\nversion=1\n";
    vnet::Library::Replace(
-      std::make_unique<vnet::Library>(vnet::Database::Place(), std::make_unique<Engine>()));
+      std::make_unique<vnet::Library>(vnet::Database::Place(), std::make_unique<Engine>(place)));
 }
 
 Product::~Product()

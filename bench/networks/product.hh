@@ -3,6 +3,7 @@
 #pragma once
 
 #include "lib/vnet/engine/saveWalk.hh"
+#include "vnet/engine/place.hh"
 #include "vnet/values/settings.hh"
 
 namespace bench {
@@ -15,6 +16,8 @@ public:
    // `count` networks as the default database has them: of eight, seven share the host's
    // connection, and one is private to the host; all with DHCP and the host's adapter. None runs.
    explicit Product(unsigned int count);
+   // As they are given.
+   explicit Product(test::Edited networks, vnet::engine::Place const& place = {});
    ~Product();
    Product(Product const&) = delete;
    Product& operator=(Product const&) = delete;

@@ -66,10 +66,20 @@ void PrintLine(Line const& line, Results const& results)
       double const floor = results.GetMedian(line.floor, count);
       PrintNumber(floor > 0 ? results.GetMedian(line.what, count) / floor : 0, 2);
    }
-   std::printf("\n");
+   std::printf("%s%s\n", line.bar.empty() ? "" : "  bar: ", line.bar.c_str());
 }
 
 } // namespace
+
+double GetMedian(std::vector<double> samples)
+{
+   if (samples.empty()) {
+      return 0;
+   }
+   std::ranges::sort(samples);
+   auto const half = samples.size() / 2;
+   return samples.size() % 2 ? samples[half] : (samples[half - 1] + samples[half]) / 2;
+}
 
 void Results::Add(std::string const& what, unsigned int networks, double milliseconds)
 {
@@ -80,13 +90,7 @@ void Results::Add(std::string const& what, unsigned int networks, double millise
 double Results::GetMedian(std::string const& what, unsigned int networks) const
 {
    auto const found = samples.find({what, networks});
-   if (found == samples.end()) {
-      return 0;
-   }
-   auto sorted = found->second;
-   std::ranges::sort(sorted);
-   auto const half = sorted.size() / 2;
-   return sorted.size() % 2 ? sorted[half] : (sorted[half - 1] + sorted[half]) / 2;
+   return found == samples.end() ? 0 : bench::GetMedian(found->second);
 }
 
 std::vector<unsigned int> Results::GetCounts() const

@@ -20,6 +20,9 @@ double Measure(Work const& work)
       .count();
 }
 
+// 0 if there are none.
+double GetMedian(std::vector<double> samples);
+
 // By what was done and with how many networks.
 class Results {
 public:
@@ -36,8 +39,9 @@ private:
 // A line of the table.
 struct Line {
    std::string what;
-   std::string floor;  // what it is compared with; empty: nothing
-   bool ofAll = false; // done once for each network, so that there is a cost of each
+   std::string floor;    // what it is compared with; empty: nothing
+   bool ofAll = false;   // done once for each network, so that there is a cost of each
+   std::string bar = {}; // what is asked of it, in words; empty: nothing
 };
 
 // Prints medians, the cost of each network, how that grows from 20 networks to the most, and the

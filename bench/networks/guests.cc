@@ -1,0 +1,199 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// What guests notice of our networks, and the machine when nobody uses them: throughput beside the
+// kernel's own, what a save loses, and what the watcher does while nothing happens.
+//
+//    bench_guests
+//
+// Works in namespaces of its own, as root or as an ordinary user.
+#include "networks/datagrams.hh"
+#include "networks/laboratory.hh"
+#include "networks/nursery.hh"
+#include "networks/plainHost.hh"
+#include "networks/product.hh"
+#include "networks/results.hh"
+#include "networks/throughput.hh"
+#include "vnet/watch/watcherControl.hh"
+#include "vnet/watch/watcherRecord.hh"
+#include "windows/program.hh"
+
+#include <cstdio>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+using namespace bench;
+using test::Edited;
+
+constexpr auto outsideAddress = "198.51.100.2";
+constexpr unsigned int rounds = 100;
+constexpr unsigned int saves = 20;
+constexpr std::chrono::seconds idleTime(60);
+constexpr std::chrono::seconds settlingTime(2);
+constexpr int settlingTurns = 30;
+
+vnet::engine::Place MakePlace()
+{
+   vnet::engine::Place place;
+   place.ensureWatcher = [folder = place.runFolder] {
+      vnet::watch::EnsureWatcher(folder, WATCHER);
+   };
+   place.stopWatcher = [folder = place.runFolder] { vnet::watch::StopWatcher(folder); };
+   return place;
+}
+
+// A NAT network, number 0, and others beside it.
+Edited MakeNats(unsigned int count)
+{
+   Edited model;
+   for (unsigned int index = 0; index < count; ++index) {
+      model.networks[index] = Edited::MakeNat(index);
+   }
+   return model;
+}
+
+Edited MakeBridged()
+{
+   Edited model;
+   model.networks[0] = Edited::MakeBridged();
+   model.adapters["eth0"] = 0;
+   return model;
+}
+
+// Networks that run, with the guest in the first.
+class Running {
+public:
+   explicit Running(Edited const& model) : product(model, MakePlace())
+   {
+      // No hardware, so it has to be named to be bridged.
+      std::ofstream("/etc/tavrin/config") << "host.adapters = \"eth0\"\n";
+      product.Save();
+      laboratory.Plug(0);
+      product.Check(true);
+   }
+   ~Running() { product.StopAll(); }
+
+   netlab::Namespace const& GetGuest() const { return laboratory.GetGuest(); }
+   netlab::Namespace const& GetOutside() const { return laboratory.GetOutside(); }
+   void Save() { product.Save(); }
+
+private:
+   Laboratory laboratory;
+   Product product;
+};
+
+void Configure(netlab::Namespace const& guest, char const* address, std::string const& gateway)
+{
+   guest.AddAddress("eth0", address);
+   if (!gateway.empty()) {
+      guest.Command("ip route add default via " + gateway);
+   }
+}
+
+void MeasureRoads(char const* what, Running const& ours, PlainHost const& plain, char const* bar)
+{
+   Road road(ours.GetGuest(), ours.GetOutside(), outsideAddress);
+   Road floor(plain.GetGuest(), plain.GetOutside(), outsideAddress);
+   auto const found = Compare(road, floor, rounds);
+   std::printf("%s: %.2f Gbit/s, the kernel alone %.2f Gbit/s: %.3f times (bar %s)\n", what,
+               found.ours * 8e-9, found.floor * 8e-9, found.ratio, bar);
+}
+
+void MeasureNat()
+{
+   Running const ours(MakeNats(1));
+   PlainHost plain;
+   plain.MakeNat();
+   Configure(ours.GetGuest(), "192.168.0.50/24", "192.168.0.2");
+   Configure(plain.GetGuest(), "192.168.0.50/24", "192.168.0.1");
+   MeasureRoads("guest to outside through NAT", ours, plain, ">= 0.97");
+}
+
+void MeasureBridged()
+{
+   Running const ours(MakeBridged());
+   PlainHost plain;
+   plain.MakeBridged();
+   Configure(ours.GetGuest(), "198.51.100.50/24", "");
+   Configure(plain.GetGuest(), "198.51.100.50/24", "");
+   MeasureRoads("guest to LAN through a bridged network", ours, plain, ">= 0.90");
+}
+
+void MeasureLoss(unsigned int networks)
+{
+   Running ours(MakeNats(networks));
+   Configure(ours.GetGuest(), "192.168.0.50/24", "192.168.0.2");
+   Datagrams datagrams(ours.GetGuest(), ours.GetOutside(), outsideAddress);
+   double const time = Measure([&] {
+      for (unsigned int save = 0; save < saves; ++save) {
+         ours.Save();
+      }
+   });
+   auto const lost = datagrams.Finish();
+   std::printf("%u saves of %u networks that change nothing, %.1f ms each: of a guest's %llu "
+               "datagrams %llu lost (bar 0)\n",
+               saves, networks, time / saves, static_cast<unsigned long long>(datagrams.GetSent()),
+               static_cast<unsigned long long>(lost));
+}
+
+pid_t FindWatcher()
+{
+   auto const watcher = vnet::watch::WatcherRecord("/run/tavrin").FindLiving();
+   if (!watcher) {
+      throw std::runtime_error("find the watcher: it doesn't run");
+   }
+   return watcher->pid;
+}
+
+// What followed on the start is done.
+void WaitUntilQuiet(pid_t pid)
+{
+   for (int turn = 0; turn < settlingTurns; ++turn) {
+      auto const before = GetUse(pid);
+      std::this_thread::sleep_for(settlingTime);
+      if (GetUse(pid).switches == before.switches) {
+         return;
+      }
+   }
+   throw std::runtime_error("wait for the watcher: it doesn't come to rest");
+}
+
+void MeasureIdle()
+{
+   auto model = MakeNats(3);
+   model.networks[1] = Edited::MakeHostOnly(1);
+   model.networks[2] = Edited::MakeBridged();
+   model.adapters["eth0"] = 2;
+   Running const ours(model);
+   pid_t const watcher = FindWatcher();
+   WaitUntilQuiet(watcher);
+   auto const before = GetUse(watcher);
+   std::this_thread::sleep_for(idleTime);
+   auto const after = GetUse(watcher);
+   std::printf("idle for a minute, the watcher of three networks: %ld wake-ups, %ld ticks of "
+               "processor time (bar 0 and 0)\n",
+               after.switches - before.switches, after.ticks - before.ticks);
+}
+
+int Run()
+{
+   std::printf("as %s\n", geteuid() == 0 ? "root" : "an ordinary user");
+   MeasureNat();
+   MeasureBridged();
+   MeasureLoss(3);
+   MeasureLoss(20);
+   MeasureIdle();
+   return EXIT_SUCCESS;
+}
+
+} // namespace
+
+int main()
+{
+   // Each line when it is known: all of them take minutes.
+   std::setvbuf(stdout, nullptr, _IOLBF, 0);
+   return RunInNursery(Run);
+}
