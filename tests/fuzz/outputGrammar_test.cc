@@ -108,7 +108,7 @@ TEST_F(OutputGrammarTest, APlantedServerIsRefused)
 
 TEST_F(OutputGrammarTest, APlantedRuleIsRefused)
 {
-   std::string const first = "      iifname \"tvnet8\" ip daddr 127.0.0.0/8 drop\n";
+   std::string const first = "      ip daddr 127.0.0.0/8 drop\n";
    ASSERT_EQ("", Judge());
    EXPECT_EQ("\"      accept accept\"", JudgeRules(first, "      accept accept\n"));
    EXPECT_NE("", JudgeRules(first, "      ip daddr 192.168.8.7; accept\n"));
@@ -120,6 +120,7 @@ TEST_F(OutputGrammarTest, APlantedRuleIsRefused)
    EXPECT_NE("", JudgeRules(first, "      # Lab\n"));
    EXPECT_NE("", JudgeRules(first, "      include \"/tmp/x\"\n"));
    EXPECT_NE("", JudgeRules(first, "      jump nowhere\n"));
+   EXPECT_NE("", JudgeRules(first, "      goto nowhere\n"));
    EXPECT_NE("", JudgeRules(first, "      jump tcp-forwards\n"));
    EXPECT_NE("", JudgeRules(first, "      ip daddr 192.168.8.7\n"));
    EXPECT_NE("", JudgeRules(first, "      accept } chain x {\n"));

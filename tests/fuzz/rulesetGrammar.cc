@@ -19,22 +19,36 @@ std::set<std::string> const keywords = {
    // Matches.
    "iifname", "oifname", "ip", "ip6", "ether", "saddr", "daddr", "udp", "tcp", "icmp", "icmpv6",
    "th", "sport", "dport", "meta", "nfproto", "ipv4", "ipv6", "l4proto", "ct", "state", "status",
-   "direction", "reply", "related", "invalid", "established,related", "fib", "iif", "local",
-   "broadcast", "multicast", "map", "@tcp-forwards", "@udp-forwards", "redirect", "echo-request",
-   "echo-reply", "nd-router-solicit", "nd-router-advert", "nd-neighbor-solicit",
-   "nd-neighbor-advert", "mld2-listener-report",
+   "direction", "reply", "related", "invalid", "established", "fib", "iif", "local", "broadcast",
+   "multicast", "map", "@tcp-forwards", "@udp-forwards", "redirect", "echo-request", "echo-reply",
+   "nd-router-solicit", "nd-router-advert", "nd-neighbor-solicit", "nd-neighbor-advert",
+   "mld2-listener-report",
    // What is done.
-   "accept", "drop", "return", "jump", "masquerade", "dnat", "snat", "to", "set", "timeout",
+   "accept", "drop", "return", "jump", "goto", "masquerade", "dnat", "snat", "to", "set", "timeout",
    "helper"};
 
 std::set<std::string> const marks = {"{", "}", "=", "!=", "&", ":", ".", ",", ";"};
 
-std::set<std::string> const names = {
-   "guard",         "timeouts",     "ftp",           "forwards",
-   "translate-own", "translate-in", "translate-out", "from-guests",
-   "to-guests",     "forward",      "dhcp-source",   "from-guests-to-host",
-   "from-host",     "input",        "output",        "tcp-forwards",
-   "udp-forwards",  "udp4",         "udp6"};
+std::set<std::string> const names = {"guard",
+                                     "guard-guests",
+                                     "timeouts",
+                                     "ftp",
+                                     "forwards",
+                                     "translate-own",
+                                     "translate-in",
+                                     "translate-out",
+                                     "from-guests",
+                                     "to-guests",
+                                     "forward",
+                                     "dhcp-source",
+                                     "from-guests-to-host",
+                                     "from-host",
+                                     "input",
+                                     "output",
+                                     "tcp-forwards",
+                                     "udp-forwards",
+                                     "udp4",
+                                     "udp6"};
 
 std::set<std::string> const fixedAddresses = {"127.0.0.0/8", "224.0.0.0/4", "255.255.255.255",
                                               "ff00::/8", "ff:ff:ff:00:00:00"};
@@ -170,7 +184,7 @@ private:
       }
       static std::set<std::string> const ends = {"accept", "drop", "return", "masquerade"};
       std::size_t const size = words.size();
-      if (size > 1 && words[size - 2] == "jump") {
+      if (size > 1 && (words[size - 2] == "jump" || words[size - 2] == "goto")) {
          jumped.insert(words[size - 1]);
          return true;
       }
@@ -185,7 +199,7 @@ private:
    {
       return std::ranges::count_if(words, [](auto const& word) {
          return word == "accept" || word == "drop" || word == "return" || word == "masquerade" ||
-                word == "jump";
+                word == "jump" || word == "goto";
       });
    }
 

@@ -8,40 +8,61 @@ namespace vnet::services {
 
 namespace {
 
-std::string DropForeignOuis(Match const& match, std::vector<std::string> const& accepted)
+std::string DropForeignOuis(std::vector<std::string> const& accepted)
 {
    if (accepted.empty()) {
-      return match.in + " drop";
+      return "drop";
    }
-   return match.in + " ether saddr & ff:ff:ff:00:00:00 != { " + Join(accepted) + " } drop";
+   return "ether saddr & ff:ff:ff:00:00:00 != { " + Join(accepted) + " } drop";
+}
+
+std::string MakeGuardOfGuests(RulesetInput const& input)
+{
+   Chain chain("guard-guests");
+   if (input.acceptedOuis) {
+      chain.Add(DropForeignOuis(*input.acceptedOuis));
+   }
+   // route_localnet lets these in.
+   chain.Add("ip daddr 127.0.0.0/8 drop");
+   chain.Add("ip saddr 127.0.0.0/8 drop");
+   return chain.ToString();
+}
+
+Chain StartForward()
+{
+   return Chain("forward", "type filter hook forward priority filter");
 }
 
 // With bridge filtering on, the first rule is what keeps the guests of one network together.
-Chain StartForward(Match const& match)
-{
-   Chain chain("forward", "type filter hook forward priority filter");
-   chain.Add(match.in + " " + match.out + " accept");
-   return chain;
-}
-
 Chain StartClosedForward(Match const& match)
 {
-   Chain chain = StartForward(match);
+   Chain chain = StartForward();
+   chain.Add(match.in + " " + match.out + " accept");
    chain.Add(match.in + " drop");
    chain.Add(match.out + " drop");
    return chain;
 }
 
+// Nearly all packets are of flows that both ends know: they take the first rule, which says what
+// the others would, but sooner. A flow's timeout is set before it is one.
+//
 // What isn't tracked isn't translated, and would show the network's addresses outside.
 std::string MakeFromGuests(RulesetInput const& input)
 {
    Chain chain("from-guests");
+   chain.Add("ip saddr " + input.layout.subnet.ToString() + " ct state established accept");
+   if (auto const& ipv6 = input.layout.ipv6) {
+      chain.Add("ip6 saddr " + ipv6->prefix.ToString() + " ct state established accept");
+   }
+   // With bridge filtering on, this is what keeps the guests of one network together.
+   chain.Add(Match(input.device).out + " accept");
+   chain.Add("jump timeouts");
    chain.Add("meta nfproto ipv4 ip saddr != " + input.layout.subnet.ToString() + " drop");
    chain.Add(input.layout.ipv6
                 ? "meta nfproto ipv6 ip6 saddr != " + input.layout.ipv6->prefix.ToString() + " drop"
                 : "meta nfproto ipv6 drop");
    chain.Add("ct state invalid drop");
-   chain.Add("ct state established,related accept");
+   chain.Add("ct state related accept");
    // What another network publishes by a forward is for all.
    chain.Add(std::string(anyOutput) + " ct status dnat accept");
    chain.Add(std::string(anyOutput) + " drop");
@@ -51,7 +72,9 @@ std::string MakeFromGuests(RulesetInput const& input)
 std::string MakeToGuests()
 {
    Chain chain("to-guests");
-   chain.Add("ct state established,related accept");
+   chain.Add("ct state established accept");
+   chain.Add("jump timeouts");
+   chain.Add("ct state related accept");
    chain.Add("ct status dnat accept");
    chain.Add("drop");
    return chain.ToString();
@@ -64,29 +87,22 @@ std::string MakeToGuests()
 std::string MakeGuard(RulesetInput const& input)
 {
    Match const match(input.device);
-   std::string const outside = "iifname != { \"lo\", \"" + input.device + "\" } ";
    Chain chain("guard", "type filter hook prerouting priority raw");
-   if (input.acceptedOuis) {
-      chain.Add(DropForeignOuis(match, *input.acceptedOuis));
-   }
-   // route_localnet lets these in.
-   chain.Add(match.in + " ip daddr 127.0.0.0/8 drop");
-   chain.Add(match.in + " ip saddr 127.0.0.0/8 drop");
-   chain.Add(outside + "ip daddr " + input.layout.subnet.ToString() + " drop");
+   chain.Add(match.in + " goto guard-guests");
+   chain.Add("iifname \"lo\" accept");
+   chain.Add("ip daddr " + input.layout.subnet.ToString() + " drop");
    if (auto const& ipv6 = input.layout.ipv6) {
-      chain.Add(outside + "ip6 daddr " + ipv6->prefix.ToString() + " drop");
+      chain.Add("ip6 daddr " + ipv6->prefix.ToString() + " drop");
    }
-   return chain.ToString();
+   return MakeGuardOfGuests(input) + chain.ToString();
 }
 
 std::string MakeNatPassage(RulesetInput const& input)
 {
    Match const match(input.device);
-   Chain chain = StartForward(match);
-   chain.Add(match.in + " jump timeouts");
-   chain.Add(match.out + " jump timeouts");
-   chain.Add(match.in + " jump from-guests");
-   chain.Add(match.out + " jump to-guests");
+   Chain chain = StartForward();
+   chain.Add(match.in + " goto from-guests");
+   chain.Add(match.out + " goto to-guests");
    return MakeFromGuests(input) + MakeToGuests() + chain.ToString();
 }
 

@@ -29,7 +29,7 @@ constexpr auto rules = R"(table inet tavrin-keeper {
    }
    chain hold {
       type filter hook postrouting priority srcnat + 1; policy accept;
-      iifname @networks oifname != @networks ct state new ct status & (snat | dnat) == 0 drop
+      ct state new iifname @networks oifname != @networks ct status & (snat | dnat) == 0 drop
    }
 }
 )";
