@@ -7,6 +7,7 @@ of the networks. Only for root. Ends with status 77 where there can be no such h
 """
 import contextlib
 import ctypes
+import json
 import os
 import re
 import shutil
@@ -239,7 +240,7 @@ def networks_are_up_after_boot(host):
     journal = host.journal("--unit", dhcp("tvnet8"))
     check("DHCPACK(tvnet8)" in journal, f"no lease in the unit's journal: {journal}")
     log = host.run("tavrin-vnets", "log")
-    check("DHCPACK(tvnet8)" in log, f"no lease in the log: {log}")
+    check("dnsmasq-dhcp[tvnet8]: DHCPACK(tvnet8)" in log, f"no lease in the log: {log}")
     check("Started tavrin-dhcp@tvnet8.service" in log, f"no start in the log: {log}")
 
 
@@ -313,6 +314,10 @@ def what_is_stopped_by_hand_is_told(host):
     host.run("systemctl", "stop", dhcp("tvnet1"))
     status = host.run("tavrin-vnets", "status", "tvnet1")
     check("tavrin-dhcp@tvnet1.service is inactive" in status, status)
+    told = host.run("tavrin-vnets", "doctor", "--json", may_fail=True)
+    found = [each for each in json.loads(told)["findings"] if each["network"] == "tvnet1"]
+    check([each["cause"] for each in found] == ["server-dead"], told)
+    check("tavrin-dhcp@tvnet1.service is inactive" in found[0]["text"], told)
     host.run("tavrin-vnets", "start")
     check_units(host)
 

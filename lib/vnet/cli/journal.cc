@@ -5,8 +5,10 @@
 #include "vnet/cli/terminal.hh"
 #include "vnet/json/text.hh"
 #include "vnet/process/childProcess.hh"
+#include "vnet/process/units.hh"
 #include "vnet/values/error.hh"
 #include "vnet/values/parse.hh"
+#include "vnet/values/settings.hh"
 
 #include <algorithm>
 #include <cerrno>
@@ -74,7 +76,7 @@ process::Command MakeCommand(JournalQuery const& query, std::string const& progr
 {
    process::Command command;
    command.arguments = {program, "--no-pager", "--output=json",
-                        "--output-fields=MESSAGE,SYSLOG_IDENTIFIER",
+                        "--output-fields=MESSAGE,SYSLOG_IDENTIFIER,_SYSTEMD_UNIT,UNIT",
                         "--lines=" + std::to_string(query.lines)};
    if (!query.since.empty()) {
       command.arguments.push_back("--since=" + query.since);
@@ -110,6 +112,14 @@ std::int64_t GetTime(std::string const& text)
    return time;
 }
 
+// Empty if the unit isn't of one network.
+std::string GetNetworkOfUnit(std::string const& unit)
+{
+   auto const begin = unit.find('@') + 1;
+   auto const name = unit.substr(begin, unit.rfind('.') - begin);
+   return ParseNetworkName(name) && process::GetDnsmasqUnit(name) == unit ? name : std::string();
+}
+
 JournalLine ParseLine(std::string const& text)
 {
    JournalLine line;
@@ -121,6 +131,8 @@ JournalLine ParseLine(std::string const& text)
          line.program = GetText(value);
       } else if (name == "MESSAGE") {
          line.text = GetText(value);
+      } else if (line.network.empty() && (name == "_SYSTEMD_UNIT" || name == "UNIT")) {
+         line.network = GetNetworkOfUnit(GetText(value));
       }
    }
    return line;
@@ -174,7 +186,8 @@ std::string DescribeJournal(std::vector<JournalLine> const& lines)
    }
    std::string text;
    for (auto const& line : lines) {
-      text += DescribeTime(line.time) + " " + MakePrintable(line.program) + ": " +
+      text += DescribeTime(line.time) + " " + MakePrintable(line.program) +
+              (line.network.empty() ? "" : "[" + line.network + "]") + ": " +
               MakePrintable(line.text) + "\n";
    }
    return text;
@@ -187,6 +200,7 @@ json::Value MakeJournal(std::vector<JournalLine> const& lines)
       auto object = json::Value::MakeObject();
       object.Add("microseconds", line.time);
       object.Add("program", line.program);
+      object.Add("network", line.network.empty() ? json::Value() : json::Value(line.network));
       list.Add(std::move(object.Add("text", line.text)));
    }
    return list;

@@ -23,7 +23,8 @@ struct JournalQuery {
 struct JournalLine {
    std::int64_t time = 0; // microseconds since 1970
    std::string program;
-   std::string text; // may be anything
+   std::string network; // whose unit it is of; empty if it is of none of a network's own
+   std::string text;    // may be anything
 };
 
 struct JournalReading {

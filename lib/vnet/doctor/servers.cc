@@ -49,11 +49,22 @@ Findings FindTakenPorts(Patient const& patient, Surroundings const& around)
    return findings;
 }
 
+// Behind a colon; empty where there is no service manager.
+std::string GetManagersWord(Patient const& patient)
+{
+   for (auto const& remark : patient.report->remarks) {
+      if (patient.IsOfServer(remark)) {
+         return remark.substr(remark.find(": "));
+      }
+   }
+   return {};
+}
+
 } // namespace
 
 Findings FindDeadServer(Patient const& patient, Surroundings const& around)
 {
-   if (!patient.Runs() || !patient.report->wantsDnsmasq || patient.report->dnsmasqRuns) {
+   if (!patient.LacksServer()) {
       return {};
    }
    if (auto const taken = FindTakenPorts(patient, around); !taken.empty()) {
@@ -66,7 +77,8 @@ Findings FindDeadServer(Patient const& patient, Surroundings const& around)
                GetProfileRemedy() + " && " + patient.GetStart()}};
    }
    return {{"server-dead", patient.index,
-            "The network's dnsmasq doesn't run, so guests get neither addresses nor names.",
+            "The network's dnsmasq doesn't run, so guests get neither addresses nor names" +
+               GetManagersWord(patient) + ".",
             patient.GetStart()}};
 }
 

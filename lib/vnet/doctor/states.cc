@@ -52,8 +52,8 @@ Findings FindStates(Patient const& patient)
          {"stopped", patient.index, "The network doesn't run.", patient.GetStart()});
    }
    for (auto const& remark : patient.report->remarks) {
-      // What is to be said of adapters is looked for by itself.
-      if (remark.starts_with("bridge ")) {
+      // What is to be said of adapters and servers is looked for by itself.
+      if (remark.starts_with("bridge ") || patient.IsOfServer(remark)) {
          continue;
       }
       findings.push_back({"settings", patient.index,

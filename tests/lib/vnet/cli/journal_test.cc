@@ -60,7 +60,33 @@ TEST_F(JournalTest, LinesAreReadAndToldWithoutWhatATerminalActsOn)
              DescribeJournal(reading.lines));
    EXPECT_THAT(json::Write(MakeJournal(reading.lines)),
                HasSubstr("\"microseconds\": 1700000000123456,\n    \"program\": "
-                         "\"tavrin-netcfg\",\n    \"text\": \"one \\u001b[31m\"\n"));
+                         "\"tavrin-netcfg\",\n    \"network\": null,\n    \"text\": \"one "
+                         "\\u001b[31m\"\n"));
+}
+
+TEST_F(JournalTest, WhatIsOfANetworksUnitNamesTheNetwork)
+{
+   auto const reading = ReadJournal(
+      {}, MakeProgram("cat <<'END'\n"
+                      "{\"MESSAGE\":\"a\",\"SYSLOG_IDENTIFIER\":\"dnsmasq\","
+                      "\"_SYSTEMD_UNIT\":\"tavrin-dhcp@tvnet8.service\"}\n"
+                      "{\"UNIT\":\"tavrin-dhcp@tvnet12.service\",\"MESSAGE\":\"b\","
+                      "\"SYSLOG_IDENTIFIER\":\"systemd\",\"_SYSTEMD_UNIT\":\"init.scope\"}\n"
+                      "{\"MESSAGE\":\"c\",\"SYSLOG_IDENTIFIER\":\"x\",\"_SYSTEMD_UNIT\":\"tavrin-"
+                      "watcher.service\"}\n"
+                      "{\"MESSAGE\":\"d\",\"SYSLOG_IDENTIFIER\":\"x\",\"_SYSTEMD_UNIT\":\"other@"
+                      "tvnet8.service\"}\n"
+                      "{\"MESSAGE\":\"e\",\"SYSLOG_IDENTIFIER\":\"x\",\"_SYSTEMD_UNIT\":\"\"}\n"
+                      "{\"MESSAGE\":\"f\",\"SYSLOG_IDENTIFIER\":\"x\",\"UNIT\":\"tavrin-dhcp@"
+                      "tvnet999.service\"}\n"
+                      "END\n"));
+   std::vector<std::string> networks;
+   for (auto const& line : reading.lines) {
+      networks.push_back(line.network);
+   }
+   EXPECT_THAT(networks, testing::ElementsAre("tvnet8", "tvnet12", "", "", "", ""));
+   EXPECT_THAT(DescribeJournal(reading.lines), HasSubstr(" dnsmasq[tvnet8]: a\n"));
+   EXPECT_THAT(json::Write(MakeJournal(reading.lines)), HasSubstr("\"network\": \"tvnet12\""));
 }
 
 TEST_F(JournalTest, ItIsAskedForOurLinesAlone)

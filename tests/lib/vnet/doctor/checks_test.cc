@@ -17,6 +17,14 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 // Network 8 with NAT and DHCP, that runs without a fault.
+// Of a host without AppArmor, whatever this one has.
+Surroundings MakeUnconfined()
+{
+   Surroundings around;
+   around.roots.sys = "/nowhere";
+   return around;
+}
+
 Patient MakePatient()
 {
    Patient patient;
@@ -97,6 +105,23 @@ TEST(DoctorChecksTest, WhatANetworkCannotHaveIsTold)
              findings[0].text);
 }
 
+TEST(DoctorChecksTest, WhatTheServiceManagerSaysOfADeadServerIsItsCauseAndNoSetting)
+{
+   auto patient = MakePatient();
+   patient.report->dnsmasqRuns = false;
+   patient.report->remarks = {"serve tvnet8: a.service is failed; see \"journalctl -u a.service\""};
+   EXPECT_THAT(FindStates(patient), IsEmpty());
+   EXPECT_THAT(FindDeadServer(patient, MakeUnconfined()),
+               ElementsAre(Finding{"server-dead", 8,
+                                   "The network's dnsmasq doesn't run, so guests get neither "
+                                   "addresses nor names: a.service is failed; see \"journalctl -u "
+                                   "a.service\".",
+                                   "tavrin-vnets start tvnet8"}));
+   // The same word of one that isn't wanted is about its settings.
+   patient.report->wantsDnsmasq = false;
+   EXPECT_THAT(GetCauses(FindStates(patient)), ElementsAre("settings"));
+}
+
 TEST(DoctorChecksTest, AnEmptyBridgedNetworkNeedsNotRun)
 {
    auto patient = MakeBridged({});
@@ -140,7 +165,7 @@ TEST(DoctorChecksTest, OnlyASocketInTheWayExplainsADeadServer)
 {
    auto patient = MakePatient();
    patient.report->dnsmasqRuns = false;
-   Surroundings around;
+   auto around = MakeUnconfined();
    around.links = {MakeLink(5, "tvnet8"), MakeLink(6, "tvnet9")};
    // A resolver's own, a server of another network, and one behind another device.
    around.sockets = {MakeSocket(true, 53, "127.0.0.53"), MakeSocket(false, 53, "192.168.9.2"),
