@@ -32,8 +32,9 @@ constexpr auto outsideAddress = "198.51.100.2";
 constexpr unsigned int rounds = 100;
 constexpr unsigned int saves = 20;
 constexpr std::chrono::seconds idleTime(60);
-constexpr std::chrono::seconds settlingTime(2);
-constexpr int settlingTurns = 30;
+// A bridge tells of a port once more when its forward delay is over, after 15 s.
+constexpr std::chrono::seconds settlingTime(16);
+constexpr int settlingTurns = 5;
 
 vnet::engine::Place MakePlace()
 {
