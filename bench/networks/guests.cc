@@ -128,15 +128,13 @@ void MeasureLoss(unsigned int networks)
    Running ours(MakeNats(networks));
    Configure(ours.GetGuest(), "192.168.0.50/24", "192.168.0.2");
    Datagrams datagrams(ours.GetGuest(), ours.GetOutside(), outsideAddress);
-   double const time = Measure([&] {
-      for (unsigned int save = 0; save < saves; ++save) {
-         ours.Save();
-      }
-   });
+   for (unsigned int save = 0; save < saves; ++save) {
+      ours.Save();
+   }
    auto const lost = datagrams.Finish();
-   std::printf("%u saves of %u networks that change nothing, %.1f ms each: of a guest's %llu "
-               "datagrams %llu lost (bar 0)\n",
-               saves, networks, time / saves, static_cast<unsigned long long>(datagrams.GetSent()),
+   std::printf("%u saves of %u networks that change nothing: of a guest's %llu datagrams %llu "
+               "lost (bar 0)\n",
+               saves, networks, static_cast<unsigned long long>(datagrams.GetSent()),
                static_cast<unsigned long long>(lost));
 }
 
