@@ -85,10 +85,13 @@ void Network::Apply(WantedNetwork const& wanted)
    if (wanted.dnsmasq) {
       failures.Try([&] { dnsmasq.Apply(wanted.dnsmasq); });
    }
-   failures.Try([&] { SettleForwards(wanted); });
+   std::vector<WantedForward> settled;
+   failures.Try([&] { settled = SettleForwards(wanted); });
    if (renewed) {
-      // Flows that began while there were no rules stay as they began.
-      failures.Try([&] { ForgetUntranslated(shared.host, wanted.forwards); });
+      // Flows that began while there were no rules stay as they began. Those of changed forwards
+      // are gone by now, and the next look at all flows of the host takes as long as the first.
+      auto const others = OnNewPorts(wanted.forwards, settled);
+      failures.Try([&] { ForgetUntranslated(shared.host, others); });
    }
    failures.Try([&] { shared.docker.Apply(wanted, shared.facts); });
    shared.zone.Apply(wanted);
@@ -120,12 +123,12 @@ bool Network::HasSwitches(WantedNetwork const& wanted)
 }
 
 // The note comes last: until then the flows aren't dealt with.
-void Network::SettleForwards(WantedNetwork const& wanted)
+std::vector<WantedForward> Network::SettleForwards(WantedNetwork const& wanted)
 {
    auto const before = notes.ReadForwards();
    auto const changed = GetChanged(before, wanted.forwards);
    if (changed.empty()) {
-      return;
+      return {};
    }
    for (auto const& forward : ListShadowing(OnNewPorts(wanted.forwards, before))) {
       Warning("forward %s port %u to %s: a service of this host has the port, and isn't reached by "
@@ -135,6 +138,7 @@ void Network::SettleForwards(WantedNetwork const& wanted)
    }
    ForgetFlows(shared.host, changed);
    notes.WriteForwards(wanted.forwards);
+   return changed;
 }
 
 std::vector<std::string> Network::Compare(WantedNetwork const& wanted)

@@ -68,7 +68,8 @@ private:
 
    void SetSwitches(services::WantedNetwork const& wanted);
    bool HasSwitches(services::WantedNetwork const& wanted);
-   void SettleForwards(services::WantedNetwork const& wanted);
+   // Returns those whose flows were forgotten.
+   std::vector<services::WantedForward> SettleForwards(services::WantedNetwork const& wanted);
 };
 
 } // namespace vnet::engine
