@@ -29,7 +29,7 @@ constexpr unsigned int manyNetworks = 256;
 constexpr unsigned int manyForwards = 1000;
 constexpr int launches = 15;
 constexpr int keys = 40;
-constexpr std::chrono::seconds idleTime(60);
+constexpr std::chrono::seconds idleTime(2);
 
 // NAT and host-only networks in turn; the first, a NAT network, has the forwards.
 void WriteDatabase(unsigned int networks, unsigned int forwards)

@@ -54,9 +54,14 @@ Glib::ustring FieldEntry::GetText() const
    return model.Read();
 }
 
+std::string FieldEntry::Clean(Glib::ustring const& text) const
+{
+   return CleanFields(text, model.GetSeparator());
+}
+
 // Digits of every script count, and so do the full stops and commas that keyboards and input
 // methods give in a dot's place.
-std::string FieldEntry::Clean(Glib::ustring const& text) const
+std::string FieldEntry::CleanFields(Glib::ustring const& text, char separator)
 {
    std::string cleaned;
    for (gunichar const character : text) {
@@ -65,7 +70,7 @@ std::string FieldEntry::Clean(Glib::ustring const& text) const
          cleaned += static_cast<char>('0' + digit);
       } else if (Glib::ustring(".,\u066B\u3002\uFF0E\uFF61").find(character) !=
                  Glib::ustring::npos) {
-         cleaned += model.GetSeparator();
+         cleaned += separator;
       } else if (!g_unichar_isspace(character) && g_unichar_type(character) != G_UNICODE_FORMAT) {
          cleaned += character < 0x80 ? static_cast<char>(character) : '?';
       }
@@ -162,26 +167,41 @@ void FieldEntry::EmitChanges(std::vector<std::string> const& before)
    }
 }
 
-// A blank field would leave its separators side by side; they keep some room for it.
+// A blank field would leave its separators side by side; they keep some room for it. Attributes
+// cost a layout of the whole window, so none are set in none's place.
 void FieldEntry::SpaceBlankFields()
 {
-   std::vector<std::string> const& fields = model.GetFields();
+   std::vector<unsigned int> const places = FindBlankPlaces();
+   if (places.empty() && !isSpaced) {
+      return;
+   }
+   isSpaced = !places.empty();
    int width = 0;
    int height = 0;
    create_pango_layout("0")->get_size(width, height);
    Pango::AttrList spacing;
-   unsigned int position = 0;
-   for (unsigned int field = 0; field + 1 < fields.size() && get_text_length() > 0; ++field) {
-      position += static_cast<unsigned int>(fields[field].size());
-      if (fields[field].empty() || fields[field + 1].empty()) {
-         Pango::Attribute wide = Pango::Attribute::create_attr_letter_spacing(width);
-         wide.set_start_index(position);
-         wide.set_end_index(position + 1);
-         spacing.insert(wide);
-      }
-      ++position;
+   for (unsigned int const place : places) {
+      Pango::Attribute wide = Pango::Attribute::create_attr_letter_spacing(width);
+      wide.set_start_index(place);
+      wide.set_end_index(place + 1);
+      spacing.insert(wide);
    }
    set_attributes(spacing);
+}
+
+std::vector<unsigned int> FieldEntry::FindBlankPlaces() const
+{
+   std::vector<unsigned int> places;
+   std::vector<std::string> const& fields = model.GetFields();
+   unsigned int place = 0;
+   for (unsigned int field = 0; field + 1 < fields.size() && get_text_length() > 0; ++field) {
+      place += static_cast<unsigned int>(fields[field].size());
+      if (fields[field].empty() || fields[field + 1].empty()) {
+         places.push_back(place);
+      }
+      ++place;
+   }
+   return places;
 }
 
 bool FieldEntry::on_focus_out_event(GdkEventFocus* event)

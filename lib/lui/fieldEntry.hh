@@ -33,6 +33,8 @@ protected:
    // Turns what a user may type or paste into digits and separators; what is left of it that is
    // neither will be refused.
    virtual std::string Clean(Glib::ustring const& text) const;
+   // The same with this separator, for any number of fields.
+   static std::string CleanFields(Glib::ustring const& text, char separator);
 
    bool on_focus_out_event(GdkEventFocus* event) override;
    void on_style_updated() override;
@@ -45,10 +47,13 @@ private:
    void ReplaceShown(Glib::ustring const& newText);
    void EmitChanges(std::vector<std::string> const& before);
    void SpaceBlankFields();
+   // Of the separators beside blank fields, in the text.
+   std::vector<unsigned int> FindBlankPlaces() const;
 
    FieldText model;
    // While the entry's text is being brought in line with the model.
    bool isShowing = false;
+   bool isSpaced = false; // some separators have room
 };
 
 } // namespace lui

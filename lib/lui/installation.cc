@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "lui/installation.hh"
 
+#include "base/preference.h"
+
 #include <dlfcn.h>
 #include <filesystem>
 #include <system_error>
@@ -23,10 +25,11 @@ utf::string GetBinDir()
    return error ? utf::string(INSTALLED_BIN_DIR) : DirectoryOf(program);
 }
 
+// This code may be part of a program; libtavrinbase.so, which lies beside the others, never is.
 utf::string GetLibDir()
 {
    Dl_info info{};
-   if (dladdr(reinterpret_cast<void*>(&GetLibDir), &info) == 0 || !info.dli_fname) {
+   if (dladdr(reinterpret_cast<void*>(&Preference_Init), &info) == 0 || !info.dli_fname) {
       return INSTALLED_LIB_DIR;
    }
    std::error_code error;

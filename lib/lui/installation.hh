@@ -8,7 +8,7 @@ namespace lui::Utils {
 
 // The directory of the running program.
 utf::string GetBinDir();
-// The directory of this library.
+// The directory of our libraries.
 utf::string GetLibDir();
 
 } // namespace lui::Utils

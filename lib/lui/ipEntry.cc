@@ -8,6 +8,7 @@ namespace lui {
 namespace {
 
 constexpr unsigned int FIELDS = 4;
+constexpr char SEPARATOR = '.';
 constexpr unsigned int MAX_DIGITS = 3;
 constexpr unsigned int MAX_VALUE = 255;
 constexpr std::size_t MAX_PREFIX_DIGITS = 2;
@@ -28,11 +29,18 @@ std::string WithoutPrefixLength(std::string const& text)
 
 } // namespace
 
-IPEntry::IPEntry(Mode) : FieldEntry(FIELDS, '.', MAX_DIGITS, MAX_VALUE) {}
+IPEntry::IPEntry(Mode) : FieldEntry(FIELDS, SEPARATOR, MAX_DIGITS, MAX_VALUE) {}
 
 void IPEntry::SetIP(Glib::ustring const& address)
 {
    set_text(address);
+}
+
+Glib::ustring IPEntry::GetAsShown(Glib::ustring const& address)
+{
+   FieldText model(FIELDS, SEPARATOR, MAX_DIGITS, MAX_VALUE);
+   model.Insert(WithoutPrefixLength(CleanFields(address, SEPARATOR)), 0);
+   return model.Read();
 }
 
 std::string IPEntry::Clean(Glib::ustring const& text) const

@@ -20,6 +20,9 @@ public:
    // "" if all fields are blank; with a field blank its dots stand side by side ("192.168..1").
    Glib::ustring GetIP() const { return GetText(); }
 
+   // What GetIP gives after SetIP of this address, without an entry.
+   static Glib::ustring GetAsShown(Glib::ustring const& address);
+
 protected:
    std::string Clean(Glib::ustring const& text) const override;
 };

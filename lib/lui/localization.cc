@@ -7,9 +7,11 @@
 #include <clocale>
 #include <cstdlib>
 #include <filesystem>
-#include <gtk/gtk.h>
 #include <string>
 #include <system_error>
+
+// GTK's, where the process has it: the server has none.
+extern "C" [[gnu::weak]] void gtk_disable_setlocale();
 
 namespace lui::Utils {
 
@@ -50,7 +52,9 @@ std::string GetWantedLocale()
 // of them. gettext consults them in every locale but C, and LANGUAGE tells it which.
 void FollowLanguageAlone()
 {
-   gtk_disable_setlocale();
+   if (gtk_disable_setlocale) {
+      gtk_disable_setlocale();
+   }
    std::setlocale(LC_ALL, "C.UTF-8");
    if (GetVariable("LANGUAGE").empty()) {
       setenv("LANGUAGE", GetWantedLocale().c_str(), 1);

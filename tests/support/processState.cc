@@ -75,6 +75,19 @@ std::string ProcessState::GetLink(std::string const& name) const
    return fs::read_symlink(folder + "/" + name, none);
 }
 
+std::set<std::string> ProcessState::GetMappedFiles() const
+{
+   std::set<std::string> files;
+   std::istringstream lines(ReadFile(folder + "/maps"));
+   for (std::string line; std::getline(lines, line);) {
+      auto const path = line.find('/');
+      if (path != std::string::npos) {
+         files.insert(line.substr(path));
+      }
+   }
+   return files;
+}
+
 std::string ProcessState::GetLimits(std::string const& name) const
 {
    std::istringstream lines(ReadFile(folder + "/limits"));

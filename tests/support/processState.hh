@@ -26,6 +26,8 @@ public:
    bool IsCloseOnExec(int descriptor) const;
    // Where the link of that name leads: "exe", "cwd", "root".
    std::string GetLink(std::string const& name) const;
+   // The files that it has mapped, libraries among them: "/usr/lib/.../libc.so.6".
+   std::set<std::string> GetMappedFiles() const;
    // The soft and the hard limit, as words: "0 0", "unlimited unlimited".
    std::string GetLimits(std::string const& name) const;
 

@@ -12,6 +12,7 @@
 #include "lui/elevator.hh"
 #include "lui/installation.hh"
 #include "lui/singletonApp.hh"
+#include "lui/toolkit.hh"
 #include "lui/warningDialog.hh"
 #include "tvnetcfg/common/editable.hh"
 #include "tvnetcfg/linux/editor.hh"
@@ -191,6 +192,8 @@ int client_main(int argc, char** argv)
    // Only now: a second launch has its server started, and prompts, before it learns of the first.
    lui::SingletonApp singletonApp;
    singletonApp.Init(utf::string(lui::SingletonApp::DEFAULT_DATA), false);
+   // The server starts meanwhile, or its user is asked for a password.
+   lui::Utils::PrepareToolkit();
 
    utf::string reply;
    if (!WaitForServer(elevator, channel, serverPid, isRoot) || !RequestModel(channel, reply)) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "cui/weakPtr.hh"
+#include "lui/bitmapMarks.hh"
 #include "lui/button.hh"
 #include "lui/dlgChoice.hh"
 #include "lui/frame.hh"
@@ -18,6 +19,7 @@
 #include <gtkmm/radiobutton.h>
 #include <gtkmm/sizegroup.h>
 #include <gtkmm/treeview.h>
+#include <map>
 
 namespace netcfg {
 
@@ -93,10 +95,16 @@ private:
    // The list.
    void LoadFromEditable();
    void AddNetworkToList(common::Network* network);
+   // Its texts come when the network is shown.
+   Gtk::TreeModel::iterator AppendRow(common::Network const& network);
    void OnNetworkRemoved(unsigned int index);
    void OnSelectionChanged();
+   // The network of this row, or none, is the selected one from now on.
+   void ShowRow(Gtk::TreeModel::iterator const& row);
    // Takes all three texts into the model, wherever the focus is.
    void CommitEntries();
+   // The same for a network that is not shown.
+   void TakeAsShown(common::Network& network) const;
    // The row of the network; none if index is negative or isn't there.
    Gtk::TreeModel::iterator FindRow(int index) const;
    // Selects the row, in sight, so that the keyboard goes on from there.
@@ -108,6 +116,8 @@ private:
    void UpdateSelectedNetwork();
    void ShowBridged(Gtk::TreeModel::Row const& row, common::Network& network);
    void ShowHosted(Gtk::TreeModel::Row const& row, common::Network& network);
+   void FillBridgedRow(Gtk::TreeModel::Row const& row, common::Network const& network);
+   void FillHostedRow(Gtk::TreeModel::Row const& row, common::Network const& network);
    void UpdateHostAdapterCombo();
    void AppendAutomaticEntry(common::Network const& network);
    void AppendAdapter(utf::string const& adapter, common::Network const* owner,
@@ -141,8 +151,10 @@ private:
    // Tells the server to end. False if that couldn't be sent.
    bool Quit();
 
+   lui::BitmapMarks const marks;
    NetworkColumns networkColumns;
    Glib::RefPtr<Gtk::ListStore> networkStore;
+   std::map<int, Gtk::TreeModel::iterator> rows; // of the store, by their networks' indices
    Gtk::TreeView networkView;
    lui::Button addButton;
    lui::Button removeButton;

@@ -80,13 +80,7 @@ void Editor::UpdateSelectedNetwork()
 void Editor::ShowBridged(Gtk::TreeModel::Row const& row, Network& network)
 {
    bridgedRadio.set_active(true);
-   row[networkColumns.type] = GetBridged();
-   row[networkColumns.externalConnection] = GetExternalConnection(*network.GetBridge());
-   utf::string const notApplicable = GetNotApplicable();
-   for (auto const& column : {networkColumns.hostConnection, networkColumns.dhcp,
-                              networkColumns.subnetAddr, networkColumns.mtu}) {
-      row[column] = notApplicable;
-   }
+   FillBridgedRow(row, network);
    dhcpCheck.set_active(false);
    adapterCheck.set_active(false);
    subnetEntry.SetIP("");
@@ -99,6 +93,27 @@ void Editor::ShowBridged(Gtk::TreeModel::Row const& row, Network& network)
 
 void Editor::ShowHosted(Gtk::TreeModel::Row const& row, Network& network)
 {
+   FillHostedRow(row, network);
+   dhcpCheck.set_active(network.GetHasDHCP());
+   adapterCheck.set_active(network.GetHasVirtualAdapter());
+   subnetEntry.SetIP(network.GetSubnetAddr());
+   maskEntry.SetIP(network.GetSubnetMask());
+   mtuEntry.set_text(network.GetMTU());
+}
+
+void Editor::FillBridgedRow(Gtk::TreeModel::Row const& row, Network const& network)
+{
+   row[networkColumns.type] = GetBridged();
+   row[networkColumns.externalConnection] = GetExternalConnection(*network.GetBridge());
+   utf::string const notApplicable = GetNotApplicable();
+   for (auto const& column : {networkColumns.hostConnection, networkColumns.dhcp,
+                              networkColumns.subnetAddr, networkColumns.mtu}) {
+      row[column] = notApplicable;
+   }
+}
+
+void Editor::FillHostedRow(Gtk::TreeModel::Row const& row, Network const& network)
+{
    bool const isNat = network.GetType() == Network::NAT;
    utf::string const mtu = network.GetMTU();
    row[networkColumns.type] = isNat ? GetNat() : GetHostOnly();
@@ -109,11 +124,6 @@ void Editor::ShowHosted(Gtk::TreeModel::Row const& row, Network& network)
    row[networkColumns.subnetAddr] =
       network.GetSubnetAddr().empty() ? GetAutoDetect() : network.GetSubnetAddr();
    row[networkColumns.mtu] = mtu == "-" ? GetNotApplicable() : mtu;
-   dhcpCheck.set_active(network.GetHasDHCP());
-   adapterCheck.set_active(network.GetHasVirtualAdapter());
-   subnetEntry.SetIP(network.GetSubnetAddr());
-   maskEntry.SetIP(network.GetSubnetMask());
-   mtuEntry.set_text(mtu);
 }
 
 // Setting the active row comes back as a choice, of what the bridge has already.

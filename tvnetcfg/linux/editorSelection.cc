@@ -6,25 +6,67 @@
 #include "tvnetcfg/linux/editor.hh"
 #include "tvnetcfg/linux/natSettingsDlg.hh"
 
+#include <iterator>
+
 namespace netcfg {
 
 using common::Network;
 
+namespace {
+
+using Networks = std::map<unsigned int, Network*>;
+
+bool IsHosted(Network const& network)
+{
+   return network.GetType() != Network::Bridged;
+}
+
+// With the first after the last, since that one is shown next.
+bool IsAmongHosted(Networks const& networks, Networks::const_iterator network)
+{
+   auto const next = std::next(network) == networks.end() ? networks.begin() : std::next(network);
+   auto const previous = std::prev(network == networks.begin() ? networks.end() : network);
+   return next != network && IsHosted(*previous->second) && IsHosted(*network->second) &&
+          IsHosted(*next->second);
+}
+
+} // namespace
+
+// Each network is shown once in turn, which fills its row, and what the entries make of its texts
+// is taken as each is left. The window isn't drawn up for one between two others that have the same
+// controls: it would leave nothing behind. Nor need the view measure all rows for each of them.
 void Editor::LoadFromEditable()
 {
-   std::map<unsigned int, Network*> const networks = editable->GetNetworks();
-   for (auto const& [index, network] : networks) {
-      AddNetworkToList(network);
+   Networks const networks = editable->GetNetworks();
+   if (networks.empty()) {
+      return;
    }
+   networkView.unset_model();
+   for (auto network = networks.begin(); network != networks.end(); ++network) {
+      Gtk::TreeModel::iterator const row = AppendRow(*network->second);
+      if (IsAmongHosted(networks, network)) {
+         TakeAsShown(*network->second);
+         FillHostedRow(*row, *network->second);
+      } else {
+         ShowRow(row);
+      }
+   }
+   networkView.set_model(networkStore);
 }
 
 // Selecting the row fills it.
 void Editor::AddNetworkToList(Network* network)
 {
+   SelectRow(AppendRow(*network));
+}
+
+Gtk::TreeModel::iterator Editor::AppendRow(Network const& network)
+{
    Gtk::TreeModel::iterator const row = networkStore->append();
-   (*row)[networkColumns.index] = network->GetIndex();
-   (*row)[networkColumns.name] = Network::NetToString(network->GetIndex());
-   SelectRow(row);
+   (*row)[networkColumns.index] = network.GetIndex();
+   (*row)[networkColumns.name] = Network::NetToString(network.GetIndex());
+   rows[static_cast<int>(network.GetIndex())] = row;
+   return row;
 }
 
 // The network is gone already, so that what stands in the entries is committed nowhere.
@@ -46,6 +88,7 @@ void Editor::OnNetworkRemoved(unsigned int index)
          SelectRow(--neighbour);
       }
    }
+   rows.erase(static_cast<int>(index));
    networkStore->erase(row);
 }
 
@@ -62,12 +105,24 @@ void Editor::CommitEntries()
    OnMtuLosesFocus();
 }
 
+void Editor::TakeAsShown(Network& network) const
+{
+   auto const longest = static_cast<Glib::ustring::size_type>(mtuEntry.get_max_length());
+   network.SetSubnetAddr(lui::IPEntry::GetAsShown(network.GetSubnetAddr()));
+   network.SetSubnetMask(lui::IPEntry::GetAsShown(network.GetSubnetMask()));
+   network.SetMTU(Glib::ustring(network.GetMTU()).substr(0, longest));
+}
+
 void Editor::OnSelectionChanged()
+{
+   ShowRow(networkView.get_selection()->get_selected());
+}
+
+void Editor::ShowRow(Gtk::TreeModel::iterator const& row)
 {
    CommitEntries();
    networkConnection.disconnect();
 
-   Gtk::TreeModel::iterator const row = networkView.get_selection()->get_selected();
    selectedIndex = row ? static_cast<int>((*row).get_value(networkColumns.index)) : -1;
    detailsFrame.set_sensitive(selectedIndex >= 0);
    removeButton.set_sensitive(selectedIndex >= 0);
@@ -84,13 +139,8 @@ void Editor::OnSelectionChanged()
 
 Gtk::TreeModel::iterator Editor::FindRow(int index) const
 {
-   Gtk::TreeModel::Children const rows = networkStore->children();
-   for (Gtk::TreeModel::iterator row = rows.begin(); row; ++row) {
-      if (static_cast<int>((*row).get_value(networkColumns.index)) == index) {
-         return row;
-      }
-   }
-   return Gtk::TreeModel::iterator();
+   auto const found = rows.find(index);
+   return found == rows.end() ? Gtk::TreeModel::iterator() : found->second;
 }
 
 void Editor::SelectRow(Gtk::TreeModel::iterator const& row)

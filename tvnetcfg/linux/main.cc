@@ -3,9 +3,41 @@
 #include "base/preference.h"
 #include "base/privilege.h"
 #include "base/unicode.h"
+#include "lui/installation.hh"
 #include "lui/localization.hh"
-#include "tvnetcfg/linux/clientMain.hh"
+#include "tvnetcfg/linux/clientModule.hh"
 #include "tvnetcfg/linux/serverMain.hh"
+
+#include <cstdio>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <string>
+
+namespace {
+
+using namespace netcfg;
+
+// As a library that was linked would be: what GTK loads in its turn finds it.
+int RunClient(char** arguments)
+{
+   std::string const module =
+      std::string(lui::Utils::GetLibDir().c_str()) + "/tavrin-netcfg/" + CLIENT_MODULE;
+   void* const loaded = dlopen(module.c_str(), RTLD_LAZY | RTLD_GLOBAL);
+   void* const entry = loaded ? dlsym(loaded, CLIENT_ENTRY) : nullptr;
+   if (!entry) {
+      std::fprintf(stderr, "tavrin-netcfg: %s\n", dlerror());
+      return EXIT_FAILURE;
+   }
+   return reinterpret_cast<ClientEntry>(entry)(1, arguments);
+}
+
+int RunServer(int argc, char** arguments)
+{
+   lui::Utils::InitLocalization();
+   return server_main(argc, arguments);
+}
+
+} // namespace
 
 int main(int argc, char** argv)
 {
@@ -18,7 +50,5 @@ int main(int argc, char** argv)
    char** arguments = argv;
    Unicode_Init(argc, &arguments, nullptr);
    Preference_Init();
-   lui::Utils::InitLocalization();
-
-   return isClient ? netcfg::client_main(1, arguments) : netcfg::server_main(argc, arguments);
+   return isClient ? RunClient(arguments) : RunServer(argc, arguments);
 }

@@ -11,6 +11,7 @@
 #include <gtkmm/box.h>
 #include <gtkmm/clipboard.h>
 #include <gtkmm/cssprovider.h>
+#include <random>
 
 using test::gtk::PressKey;
 using test::gtk::TypeText;
@@ -384,4 +385,43 @@ TEST_F(IPEntryTest, AScreenReaderFindsOneEditableTextWithTheDottedAddress)
 }
 
 } // namespace
+
+TEST_F(IPEntryTest, WhatAnEntryMakesOfATextIsToldWithoutOne)
+{
+   std::vector<std::string> texts = {"",
+                                     "192.168.8.0",
+                                     " 10.0.0.1 ",
+                                     "10.0.0.1/24",
+                                     "10.0.0.1/33",
+                                     "010.1.2.003",
+                                     "256.1.1.1",
+                                     "10.1",
+                                     "192.168..1",
+                                     "...",
+                                     "1..2..3",
+                                     "10,1,2,3",
+                                     "\u0661\u0662.1.1.1",
+                                     "ten",
+                                     "1.2.3.4.5",
+                                     "/24",
+                                     "1234",
+                                     "192168008001",
+                                     "0.0.0.0",
+                                     "-",
+                                     "1.2.3.x",
+                                     "00.0.0.00"};
+   std::mt19937 random(1);
+   for (int i = 0; i < 2000; ++i) {
+      std::string text;
+      for (auto length = random() % 17; length > 0; --length) {
+         text += "0123456789....1225/ ,x"[random() % 22];
+      }
+      texts.push_back(text);
+   }
+   for (auto const& text : texts) {
+      entry.SetIP(text);
+      EXPECT_EQ(entry.GetIP(), IPEntry::GetAsShown(text)) << '"' << text << '"';
+   }
+}
+
 } // namespace lui

@@ -26,8 +26,9 @@ protected:
    LocalizationTest()
    {
       fs::create_directories(dir.GetPath() / "lib");
-      fs::copy_file(TEST_BUILD_DIR "/lib/libtavrinui.so.0",
-                    dir.GetPath() / "lib" / "libtavrinui.so.0");
+      for (auto const* library : {"libtavrinui.so.0", "libtavrinbase.so.0"}) {
+         fs::copy_file(fs::path(TEST_BUILD_DIR) / "lib" / library, dir.GetPath() / "lib" / library);
+      }
    }
 
    // The catalogue of a build tree.

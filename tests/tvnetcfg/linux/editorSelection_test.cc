@@ -50,6 +50,27 @@ protected:
 
 // --- the picture
 
+TEST_F(EditorSelectionTest, WhatTheEntriesMakeOfEachNetworksTextsIsTakenAtTheStart)
+{
+   for (unsigned int const index : {1u, 2u, 3u, 4u}) {
+      Add(Network::NAT, index, "010.1.1.0").SetMTU("15000");
+      At(index).SetSubnetMask("255.255.255.0/24 ");
+   }
+   Add(Network::Bridged, 5);
+   Add(Network::HostOnly, 6, "010.1.1.0");
+   Open();
+   for (unsigned int const index : {1u, 2u, 3u, 4u, 6u}) {
+      EXPECT_EQ("10.1.1.0", At(index).GetSubnetAddr()) << index;
+   }
+   for (unsigned int const index : {1u, 2u, 3u, 4u}) {
+      EXPECT_EQ("255.255.255.0", At(index).GetSubnetMask()) << index;
+      EXPECT_EQ("1500", At(index).GetMTU()) << index;
+      auto const row = static_cast<int>(index) - 1;
+      EXPECT_EQ("10.1.1.0", ReadCell(row, "Subnet IP Address")) << index;
+      EXPECT_EQ("1500", ReadCell(row, "MTU")) << index;
+   }
+}
+
 TEST_F(EditorSelectionTest, EveryRowIsFilledAtTheStart)
 {
    AddUsualNetworks();

@@ -25,8 +25,11 @@ namespace fs = std::filesystem;
 using test::ExitedWith;
 using test::ProcessState;
 using test::TestProcess;
+using testing::AnyOf;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 constexpr char server[] = TEST_BUILD_DIR "/tavrin-netcfg";
@@ -164,6 +167,17 @@ TEST_F(ServerPrivilegeTest, TheServerKeepsWhatASaveNeedsAndNothingElse)
    EXPECT_EQ(0u, state.GetCapabilities("CapInh"));
    EXPECT_EQ(0u, state.GetCapabilities("CapAmb"));
    EXPECT_EQ("1", state.GetStatus("NoNewPrivs"));
+   Quit();
+}
+
+// What root's process doesn't have can't be turned against it.
+TEST_F(ServerPrivilegeTest, TheServerHasNoToolkit)
+{
+   Start();
+   auto const files = GetServer().GetMappedFiles();
+   EXPECT_THAT(files, Contains(HasSubstr("/libvnetlib.so")));
+   EXPECT_THAT(files, Not(Contains(AnyOf(HasSubstr("/libgtk"), HasSubstr("/libgdk"),
+                                         HasSubstr("/libX11"), HasSubstr("/libtavrinui")))));
    Quit();
 }
 
