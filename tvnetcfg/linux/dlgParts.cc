@@ -96,15 +96,31 @@ int GetLineHeight(Gtk::Widget& widget)
 void FitColumn(Gtk::TreeView& view, Gtk::TreeViewColumn& column,
                std::vector<utf::string> const& texts)
 {
-   int width = MeasureTwoLines(view, column.get_title());
-   for (utf::string const& text : texts) {
-      width = std::max(width, Measure(view, text).width);
-   }
    Gtk::Label& title = MakeLabel(column.get_title(), 0.0F, 0.5F);
    title.set_line_wrap(true);
    BreakAtBlanksOnly(title);
-   title.set_size_request(width, -1);
    column.set_widget(title);
+   RefitColumn(view, column, texts);
+}
+
+void RefitColumn(Gtk::TreeView& view, Gtk::TreeViewColumn& column,
+                 std::vector<utf::string> const& texts)
+{
+   column.get_widget()->set_size_request(MeasureTwoLines(view, column.get_title()), -1);
+   WidenColumn(view, column, texts);
+}
+
+void WidenColumn(Gtk::TreeView& view, Gtk::TreeViewColumn& column,
+                 std::vector<utf::string> const& texts)
+{
+   int width = 0;
+   int height = 0;
+   Gtk::Widget& title = *column.get_widget();
+   title.get_size_request(width, height);
+   for (utf::string const& text : texts) {
+      width = std::max(width, Measure(view, text).width);
+   }
+   title.set_size_request(width, -1);
 }
 
 utf::string LeftToRight(utf::string const& text)

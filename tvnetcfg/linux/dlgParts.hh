@@ -37,6 +37,12 @@ int GetLineHeight(Gtk::Widget& widget);
 // them one by one, and breaks a wider title into two lines.
 void FitColumn(Gtk::TreeView& view, Gtk::TreeViewColumn& column,
                std::vector<utf::string> const& texts);
+// The same for one that is fitted already, after its font has changed.
+void RefitColumn(Gtk::TreeView& view, Gtk::TreeViewColumn& column,
+                 std::vector<utf::string> const& texts);
+// Makes a fitted column wider where these texts need it.
+void WidenColumn(Gtk::TreeView& view, Gtk::TreeViewColumn& column,
+                 std::vector<utf::string> const& texts);
 
 // A text in Latin letters and digits, such as an address, so that it reads in its own direction
 // among those from right to left too. Others stay as they are.

@@ -53,6 +53,7 @@ Editor::BridgeColumns::BridgeColumns()
 
 Editor::Editor(common::Editable* model, int replyEnd, int requestEnd)
    : networkStore(Gtk::ListStore::create(networkColumns)), networkView(networkStore),
+     fitted(networkView),
      addButton(Gtk::Stock::ADD,
                cui::GetLocalString("@&!*@*@(msg.netcfg.linux.dialog.add)_Add Network..."), true),
      removeButton(Gtk::Stock::REMOVE,

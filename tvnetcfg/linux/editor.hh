@@ -9,6 +9,7 @@
 #include "lui/frame.hh"
 #include "lui/ipEntry.hh"
 #include "tvnetcfg/common/network.hh"
+#include "tvnetcfg/linux/fittedColumns.hh"
 #include "tvnetcfg/mgr/mgr.hh"
 
 #include <gtkmm/box.h>
@@ -116,6 +117,8 @@ private:
    void UpdateSelectedNetwork();
    void ShowBridged(Gtk::TreeModel::Row const& row, common::Network& network);
    void ShowHosted(Gtk::TreeModel::Row const& row, common::Network& network);
+   void SetCell(Gtk::TreeModel::Row const& row, Gtk::TreeModelColumn<Glib::ustring> const& column,
+                utf::string const& text);
    void FillBridgedRow(Gtk::TreeModel::Row const& row, common::Network const& network);
    void FillHostedRow(Gtk::TreeModel::Row const& row, common::Network const& network);
    void UpdateHostAdapterCombo();
@@ -156,6 +159,7 @@ private:
    Glib::RefPtr<Gtk::ListStore> networkStore;
    std::map<int, Gtk::TreeModel::iterator> rows; // of the store, by their networks' indices
    Gtk::TreeView networkView;
+   FittedColumns fitted;
    lui::Button addButton;
    lui::Button removeButton;
    lui::Frame detailsFrame;

@@ -101,14 +101,22 @@ void Editor::ShowHosted(Gtk::TreeModel::Row const& row, Network& network)
    mtuEntry.set_text(network.GetMTU());
 }
 
+void Editor::SetCell(Gtk::TreeModel::Row const& row,
+                     Gtk::TreeModelColumn<Glib::ustring> const& column, utf::string const& text)
+{
+   row[column] = text;
+   // The first column of the model is the network's index, which isn't shown.
+   fitted.Fit(column.index() - 1, text);
+}
+
 void Editor::FillBridgedRow(Gtk::TreeModel::Row const& row, Network const& network)
 {
-   row[networkColumns.type] = GetBridged();
-   row[networkColumns.externalConnection] = GetExternalConnection(*network.GetBridge());
+   SetCell(row, networkColumns.type, GetBridged());
+   SetCell(row, networkColumns.externalConnection, GetExternalConnection(*network.GetBridge()));
    utf::string const notApplicable = GetNotApplicable();
    for (auto const& column : {networkColumns.hostConnection, networkColumns.dhcp,
                               networkColumns.subnetAddr, networkColumns.mtu}) {
-      row[column] = notApplicable;
+      SetCell(row, column, notApplicable);
    }
 }
 
@@ -116,14 +124,14 @@ void Editor::FillHostedRow(Gtk::TreeModel::Row const& row, Network const& networ
 {
    bool const isNat = network.GetType() == Network::NAT;
    utf::string const mtu = network.GetMTU();
-   row[networkColumns.type] = isNat ? GetNat() : GetHostOnly();
-   row[networkColumns.externalConnection] = isNat ? GetNatConnection() : GetNone();
-   row[networkColumns.hostConnection] =
-      network.GetHasVirtualAdapter() ? Network::NetToString(network.GetIndex()) : GetNone();
-   row[networkColumns.dhcp] = GetYesOrNo(network.GetHasDHCP());
-   row[networkColumns.subnetAddr] =
-      network.GetSubnetAddr().empty() ? GetAutoDetect() : network.GetSubnetAddr();
-   row[networkColumns.mtu] = mtu == "-" ? GetNotApplicable() : mtu;
+   SetCell(row, networkColumns.type, isNat ? GetNat() : GetHostOnly());
+   SetCell(row, networkColumns.externalConnection, isNat ? GetNatConnection() : GetNone());
+   SetCell(row, networkColumns.hostConnection,
+           network.GetHasVirtualAdapter() ? Network::NetToString(network.GetIndex()) : GetNone());
+   SetCell(row, networkColumns.dhcp, GetYesOrNo(network.GetHasDHCP()));
+   SetCell(row, networkColumns.subnetAddr,
+           network.GetSubnetAddr().empty() ? GetAutoDetect() : network.GetSubnetAddr());
+   SetCell(row, networkColumns.mtu, mtu == "-" ? GetNotApplicable() : mtu);
 }
 
 // Setting the active row comes back as a choice, of what the bridge has already.

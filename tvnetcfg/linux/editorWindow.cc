@@ -111,6 +111,7 @@ void Editor::AppendColumns()
       AppendColumn("@&!*@*@(msg.netcfg.linux.netlist.mtu)MTU", networkColumns.mtu,
                    {cui::Format("%d", MAX_MTU)});
    }
+   fitted.Finish();
 }
 
 void Editor::AppendColumn(char const* title, Gtk::TreeModelColumn<Glib::ustring> const& column,
@@ -123,8 +124,7 @@ void Editor::AppendColumn(char const* title, Gtk::TreeModelColumn<Glib::ustring>
    viewColumn.pack_start(renderer, true);
    viewColumn.add_attribute(renderer.property_text(), column);
    KeepLeftToRight(viewColumn);
-   networkView.append_column(viewColumn);
-   FitColumn(networkView, viewColumn, texts);
+   fitted.Append(viewColumn, texts);
 }
 
 Gtk::Widget& Editor::BuildListButtons()

@@ -71,6 +71,30 @@ TEST_F(EditorWindowTest, BeginsWithTheFirstNetworkAndTheKeyboardInTheList)
    EXPECT_FALSE(test::gtk::FindLabel(*editor, "XXX"));
 }
 
+TEST_F(EditorWindowTest, AColumnHasRoomForALongNameAndForALargerFont)
+{
+   constexpr auto name = "wwwwwwwwwwwwwww"; // no adapter's is longer
+   AddUsualNetworks();
+   AddFixed(3, name);
+   Open();
+   auto const hasRoom = [&] {
+      int width = 0;
+      int height = 0;
+      List().create_pango_layout(name)->get_pixel_size(width, height);
+      return List().get_column(2)->get_width() > width;
+   };
+   EXPECT_TRUE(hasRoom());
+   auto const settings = Gtk::Settings::get_default();
+   Glib::ustring const before = settings->property_gtk_font_name();
+   int const narrow = List().get_column(2)->get_width();
+   settings->property_gtk_font_name() = "Sans 24";
+   EXPECT_TRUE(
+      test::gtk::WaitUntil([&] { return List().get_column(2)->get_width() > 3 * narrow / 2; }));
+   EXPECT_TRUE(hasRoom());
+   settings->property_gtk_font_name() = before;
+   test::gtk::Settle();
+}
+
 TEST_F(EditorWindowTest, KeyboardWalksTheListFromTheFirstRow)
 {
    AddUsualNetworks();
