@@ -117,4 +117,14 @@ void BuildRadioButton(Gtk::RadioButton& button, Gtk::RadioButtonGroup& group, Gt
    FollowButton(*widget, button);
 }
 
+void ChangeLabel(Gtk::CheckButton& button, Glib::ustring const& label)
+{
+   auto* const shown = dynamic_cast<Gtk::Label*>(button.get_child());
+   if (!shown) {
+      button.set_label(label);
+   } else if (shown->get_label() != label) {
+      shown->set_label(label);
+   }
+}
+
 } // namespace lui::Utils

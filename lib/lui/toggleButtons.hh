@@ -31,5 +31,9 @@ void BuildRadioButton(Gtk::RadioButton& button, Gtk::RadioButtonGroup& group, Gt
 void BuildRadioButton(Gtk::RadioButton& button, Gtk::RadioButtonGroup& group, Gtk::Box& box,
                       Glib::ustring const& label, Gtk::Widget* widget, Gtk::PackOptions options);
 
+// Gives the button another mnemonic label. What GTK itself offers makes a new widget for it, and
+// lays the window out anew though the text be the same.
+void ChangeLabel(Gtk::CheckButton& button, Glib::ustring const& label);
+
 } // namespace Utils
 } // namespace lui

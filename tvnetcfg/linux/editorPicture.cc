@@ -3,6 +3,7 @@
 #include "base/panic.h"
 #include "cui/format.hh"
 #include "cui/localString.hh"
+#include "lui/toggleButtons.hh"
 #include "tvnetcfg/common/bridge.hh"
 #include "tvnetcfg/common/editable.hh"
 #include "tvnetcfg/linux/autoBridgeDlg.hh"
@@ -52,7 +53,7 @@ void Editor::UpdateSelectedNetwork()
       cui::GetLocalString("@&!*@*@(msg.netcfg.linux.dialog.hostAdapter)"
                           "Connect a host _virtual adapter (%s) to this network");
    detailsFrame.SetTitle(name);
-   adapterCheck.set_label(cui::Format(label.c_str(), name.c_str()));
+   lui::Utils::ChangeLabel(adapterCheck, cui::Format(label.c_str(), name.c_str()));
    hostSettingsBox.set_sensitive(network->GetType() != Network::Bridged);
 
    switch (network->GetType()) {
