@@ -9,6 +9,7 @@
 #include <memory>
 #include <stdexcept>
 #include <unordered_set>
+#include <vector>
 
 namespace vnet {
 
@@ -26,18 +27,35 @@ std::string_view TrimRight(std::string_view text)
    return text.substr(0, text.find_last_not_of(space) + 1);
 }
 
+bool IsKeyFile(std::string_view text)
+{
+   std::unique_ptr<GKeyFile, decltype(&g_key_file_unref)> file(g_key_file_new(), g_key_file_unref);
+   return text.empty() ||
+          g_key_file_load_from_data(file.get(), text.data(), text.size(), G_KEY_FILE_NONE, nullptr);
+}
+
+// GLib's words for it quote the line, but don't tell which it is. Up to the line before it all is
+// well.
+std::string TellFirstBadLine(std::string_view text)
+{
+   std::vector<std::size_t> ends; // of the lines
+   for (std::size_t at = 0; at < text.size(); at = ends.back() + 1) {
+      ends.push_back(std::min(text.find('\n', at), text.size()));
+   }
+   auto const bad = std::ranges::partition_point(
+      ends.begin(), ends.end() - 1, [&](auto end) { return IsKeyFile(text.substr(0, end)); });
+   auto const start = bad == ends.begin() ? 0 : *std::prev(bad) + 1;
+   return "line " + std::to_string(bad - ends.begin() + 1) + ", " +
+          Quote(text.substr(start, *bad - start));
+}
+
 void RequireKeyFile(std::string_view text)
 {
    if (!text.empty() && !g_utf8_validate_len(text.data(), text.size(), nullptr)) {
       throw std::runtime_error("It is not UTF-8");
    }
-   std::unique_ptr<GKeyFile, decltype(&g_key_file_unref)> file(g_key_file_new(), g_key_file_unref);
-   GError* error = nullptr;
-   if (!text.empty() &&
-       !g_key_file_load_from_data(file.get(), text.data(), text.size(), G_KEY_FILE_NONE, &error)) {
-      std::string const cause = error->message;
-      g_error_free(error);
-      throw std::runtime_error("It is not a key file: " + Quote(cause));
+   if (!IsKeyFile(text)) {
+      throw std::runtime_error("It is not a key file: " + TellFirstBadLine(text));
    }
 }
 

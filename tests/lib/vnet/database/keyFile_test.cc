@@ -154,6 +154,21 @@ TEST(KeyFileTest, OtherTextsAreRefused)
    }
 }
 
+TEST(KeyFileTest, TheFirstLineThatDoesNotBelongThereIsTold)
+{
+   auto const tell = [](std::string_view text) -> std::string {
+      try {
+         KeyFile::Parse(text);
+      } catch (std::runtime_error const& error) {
+         return error.what();
+      }
+      return "";
+   };
+   EXPECT_EQ("It is not a key file: line 3, \"junk\"", tell("[a]\nk=1\njunk\n[b]\nrubbish"));
+   EXPECT_EQ("It is not a key file: line 1, \"k=1\"", tell("k=1\n[a]\n"));
+   EXPECT_EQ("It is not a key file: line 2, \"[a\"", tell("\n[a"));
+}
+
 TEST(KeyFileTest, WhatStandsTwiceIsRefused)
 {
    EXPECT_THROW(KeyFile::Parse("[a]\n[b]\n[a]\n"), std::runtime_error);
