@@ -131,7 +131,7 @@ def run_as(name, *command):
     """Runs a command as one of the users, with a session bus of its own; the status is returned."""
     keep = {key: os.environ[key] for key in os.environ
             if key.startswith(("SANDBOX_", "LC_", "GDK_", "GTK_", "GSETTINGS_", "TVDEVEL", "DISPLAY",
-                               "TMPDIR"))}
+                               "TMPDIR", "ASAN_", "LSAN_", "UBSAN_"))}
     home = f"{HOME}/{name}"
     # One for each session: what ends late takes its sockets away from here.
     runtime = tempfile.mkdtemp(prefix="runtime", dir=home)
