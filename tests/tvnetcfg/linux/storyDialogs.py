@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """The dialogs as somebody with a screen reader and a keyboard uses them."""
 import story
-from story import ADD, BAR, BRIDGES, EDITOR, NAT, PORT, Window
+from story import ADD, BAR, BRIDGES, EDITOR, NAT, PORT, Atspi, Window, desktop, has, until
 
 TWO_OF_THREE = """vnets=3
 automatic=-1
@@ -172,9 +172,18 @@ class NatStory(DialogStory):
         self.open("NAT Settings...", self.nat)
 
     def edit(self, label, text):
-        """Changes one entry of the port dialog, and saves it by Enter."""
+        """Changes one entry of the port dialog, and saves it by Enter, which presses the button for
+        a moment before anything happens."""
         self.enter(self.port, label, text)
         self.keys("Enter")
+        until(self.is_released, "the release of the button")
+
+    def is_released(self):
+        """Whether Save of the port dialog isn't held down, or the dialog is gone."""
+        window = self.port.look()
+        return not window or not any(
+            has(node, Atspi.StateType.ARMED) for node in desktop.walk(window)
+            if node.get_role() == Atspi.Role.PUSH_BUTTON)
 
     def select_port(self, row):
         self.nat.table().get_table_iface().add_row_selection(row)
