@@ -192,7 +192,9 @@ std::vector<ProcessFacts> FindProcesses(std::vector<std::string> const& firstArg
       if (!folder.IsOpen() || !StartsWith(ReadArguments(folder.Get()), firstArguments)) {
          return;
       }
-      if (auto const facts = FindProcess(pid)) {
+      // One that is ending meanwhile has no arguments any more.
+      auto const facts = FindProcess(pid);
+      if (facts && StartsWith(facts->arguments, firstArguments)) {
          found.push_back(*facts);
       }
    });
