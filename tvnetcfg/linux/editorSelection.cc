@@ -26,19 +26,22 @@ bool IsAmongHosted(Networks const& networks, Networks::const_iterator network)
 {
    auto const next = std::next(network) == networks.end() ? networks.begin() : std::next(network);
    auto const previous = std::prev(network == networks.begin() ? networks.end() : network);
-   return next != network && IsHosted(*previous->second) && IsHosted(*network->second) &&
-          IsHosted(*next->second);
+   return IsHosted(*previous->second) && IsHosted(*network->second) && IsHosted(*next->second);
 }
 
 } // namespace
 
 // Each network is shown once in turn, which fills its row, and what the entries make of its texts
 // is taken as each is left. The window isn't drawn up for one between two others that have the same
-// controls: it would leave nothing behind. Nor need the view measure all rows for each of them.
+// controls: it would leave nothing behind. Nor need the view measure all rows for each of them. One
+// alone stays shown and is left only later, by the user.
 void Editor::LoadFromEditable()
 {
    Networks const networks = editable->GetNetworks();
-   if (networks.empty()) {
+   if (networks.size() < 2) {
+      for (auto const& [index, network] : networks) {
+         AddNetworkToList(network);
+      }
       return;
    }
    networkView.unset_model();
@@ -107,10 +110,12 @@ void Editor::CommitEntries()
 
 void Editor::TakeAsShown(Network& network) const
 {
-   auto const longest = static_cast<Glib::ustring::size_type>(mtuEntry.get_max_length());
    network.SetSubnetAddr(lui::IPEntry::GetAsShown(network.GetSubnetAddr()));
    network.SetSubnetMask(lui::IPEntry::GetAsShown(network.GetSubnetMask()));
-   network.SetMTU(Glib::ustring(network.GetMTU()).substr(0, longest));
+   // An entry without a length of its own takes every text.
+   if (auto const longest = static_cast<std::size_t>(mtuEntry.get_max_length())) {
+      network.SetMTU(Glib::ustring(network.GetMTU()).substr(0, longest));
+   }
 }
 
 void Editor::OnSelectionChanged()

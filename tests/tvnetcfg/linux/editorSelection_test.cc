@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // List, frame and model follow each other.
+#include "cui/features.hh"
 #include "editorTest.hh"
 #include "tvnetcfg/common/bridge.hh"
 
@@ -69,6 +70,31 @@ TEST_F(EditorSelectionTest, WhatTheEntriesMakeOfEachNetworksTextsIsTakenAtTheSta
       EXPECT_EQ("10.1.1.0", ReadCell(row, "Subnet IP Address")) << index;
       EXPECT_EQ("1500", ReadCell(row, "MTU")) << index;
    }
+}
+
+TEST_F(EditorSelectionTest, MtusStayAsTheyAreAtTheStartOfAWindowThatShowsNone)
+{
+   for (unsigned int const index : {1u, 2u, 3u, 4u}) {
+      Add(Network::NAT, index).SetMTU("1400");
+   }
+   cui::GetFeatures().mtu = cui::Capability(false);
+   Open();
+   cui::GetFeatures().mtu = cui::Capability(true);
+   for (unsigned int const index : {1u, 2u, 3u, 4u}) {
+      EXPECT_EQ("1400", At(index).GetMTU()) << index;
+   }
+}
+
+TEST_F(EditorSelectionTest, OneNetworkAloneKeepsItsTextsAtTheStart)
+{
+   AddAdapters({"eth0"});
+   Add(Network::HostOnly, 3, "10.1.1.0").SetMTU("1400");
+   At(3).SetType(Network::Bridged, {});
+   ASSERT_EQ(Network::Bridged, At(3).GetType());
+   Open();
+   EXPECT_EQ("10.1.1.0", At(3).GetSubnetAddr());
+   EXPECT_EQ("1400", At(3).GetMTU());
+   EXPECT_EQ(0, test::gtk::GetSelectedRow(List()));
 }
 
 TEST_F(EditorSelectionTest, EveryRowIsFilledAtTheStart)
