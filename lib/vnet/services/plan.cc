@@ -35,17 +35,6 @@ std::vector<std::string> FindAdapters(Settings const& settings, unsigned int ind
    return names;
 }
 
-Kind FindKind(Settings const& settings, unsigned int index)
-{
-   auto const* network = FindSettings(settings, index);
-   if (network && network->IsHosted()) {
-      return network->useNat ? Kind::Nat : Kind::HostOnly;
-   }
-   bool const known =
-      network || settings.automatic == index || !FindAdapters(settings, index).empty();
-   return known ? Kind::Bridged : Kind::Absent;
-}
-
 WantedNetwork StartPlan(Settings const& settings, unsigned int index)
 {
    WantedNetwork wanted;
@@ -246,6 +235,17 @@ void PlanServices(WantedNetwork& wanted, Settings const& settings, HostFacts con
 }
 
 } // namespace
+
+Kind FindKind(Settings const& settings, unsigned int index)
+{
+   auto const* network = FindSettings(settings, index);
+   if (network && network->IsHosted()) {
+      return network->useNat ? Kind::Nat : Kind::HostOnly;
+   }
+   bool const known =
+      network || settings.automatic == index || !FindAdapters(settings, index).empty();
+   return known ? Kind::Bridged : Kind::Absent;
+}
 
 WantedNetwork Plan(Settings const& settings, unsigned int index, HostFacts const& facts)
 {

@@ -9,6 +9,9 @@ namespace vnet::services {
 
 struct HostFacts;
 
+// What the database makes of a network.
+Kind FindKind(Settings const& settings, unsigned int index);
+
 // Depends on its arguments alone. A network with a part of its services stopped is the plan of
 // settings without them.
 //

@@ -47,6 +47,10 @@ std::string MakeSet(std::set<unsigned int> const& networks)
 
 void FlowKeeper::Keep(std::set<unsigned int> const& networks)
 {
+   if (networks.empty()) {
+      End();
+      return;
+   }
    if (ruleset && kept == networks) {
       return;
    }

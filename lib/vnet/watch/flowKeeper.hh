@@ -18,9 +18,10 @@ class FlowKeeper {
 public:
    ~FlowKeeper() { End(); }
 
-   // For the flows of these networks: makes the table, or puts right whom it is for. A failure
-   // is logged, once, and it is tried again the next time. The table also goes with this process.
-   // In the network namespace of the calling thread.
+   // For the flows of these networks: makes the table, or puts right whom it is for; for none it
+   // removes it, as the kernel tracks all connections of a host that has it. A failure is logged,
+   // once, and it is tried again the next time. The table also goes with this process. In the
+   // network namespace of the calling thread.
    void Keep(std::set<unsigned int> const& networks);
    // Removes it.
    void End();

@@ -5,6 +5,7 @@
 #include "vnet/host/addresses.hh"
 #include "vnet/host/links.hh"
 #include "vnet/host/routes.hh"
+#include "vnet/services/plan.hh"
 #include "vnet/values/error.hh"
 
 #include <algorithm>
@@ -185,16 +186,28 @@ std::optional<Watcher::Ending> Watcher::Answer()
 bool Watcher::FollowNetworks()
 {
    try {
-      auto const present = engine.ListPresent();
+      auto present = engine.ListPresent();
       if (present.empty()) {
          return false;
       }
-      flows.Keep(present);
+      flows.Keep(LeaveOutBridged(std::move(present)));
       return true;
    } catch (Error const& error) {
       LogV(LOG_SEVERITY_FAILURE, "%s\n", error.what());
       return true;
    }
+}
+
+// Theirs aren't translated, and the host passes nothing on for them whatever the rules are. Tracking
+// their connections too, where the host filters bridges, would slow them.
+std::set<unsigned int> Watcher::LeaveOutBridged(std::set<unsigned int> networks) const
+{
+   if (database) {
+      std::erase_if(networks, [this](unsigned int index) {
+         return services::FindKind(database->GetSettings(), index) == services::Kind::Bridged;
+      });
+   }
+   return networks;
 }
 
 // Whoever started us noted it, unless that was by hand, or it died over it.

@@ -76,6 +76,7 @@ private:
    std::optional<Ending> Answer();
    // Keeps the flows of the networks that there are. False if none is left.
    bool FollowNetworks();
+   std::set<unsigned int> LeaveOutBridged(std::set<unsigned int> networks) const;
    bool Claim();
    template <class Work>
    void Attempt(Work work);

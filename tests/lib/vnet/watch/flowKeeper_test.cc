@@ -79,6 +79,19 @@ TEST_F(FlowKeeperTest, OtherDevicesAreNoneOfItsBusiness)
    EXPECT_TRUE(GetsOut(test::patience));
 }
 
+TEST_F(FlowKeeperTest, ForNoNetworkItIsGone)
+{
+   keeper.Keep({});
+   EXPECT_EQ("", List());
+   keeper.Keep({8});
+   auto const before = List();
+   keeper.Keep({});
+   EXPECT_EQ("", List());
+   EXPECT_TRUE(GetsOut(test::patience));
+   keeper.Keep({8});
+   EXPECT_EQ(before, List());
+}
+
 TEST_F(FlowKeeperTest, ItGoesWithItsOwner)
 {
    {

@@ -6,7 +6,7 @@
 #include "support/netlab/udp.hh"
 
 #include <algorithm>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <iostream>
 
 namespace vnet::watch {
@@ -14,6 +14,9 @@ namespace vnet::watch {
 namespace {
 
 using netlab::Ping;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
 
 constexpr std::uint16_t rarpType = 0x8035;
 
@@ -218,6 +221,35 @@ TEST_F(WatcherBridgingTest, AWatcherThatComesLateFindsWhatItMissed)
    test::TestProcess const watcher({GetProgram(), "watch"});
    EXPECT_TRUE(Joins("eth1"));
    EXPECT_TRUE(test::Eventually([this] { return HasTable("tavrin-tvnet0"); }));
+}
+
+// Tracking costs a bridged network where the host filters bridges.
+TEST_F(WatcherBridgingTest, ConnectionsAreTrackedForTheOtherNetworksAlone)
+{
+   constexpr auto keeper = "table inet tavrin-keeper";
+   auto const count = [this] {
+      return GetHost().Command("cat /proc/sys/net/netfilter/nf_conntrack_count");
+   };
+   auto const keeps = [this, keeper] {
+      return GetHost().Command("nft list ruleset").find(keeper) != std::string::npos;
+   };
+   Start();
+   EXPECT_TRUE(Ping(GetHost(), "10.3.0.9"));
+   EXPECT_TRUE(Ping(guest, "10.3.0.9"));
+   EXPECT_EQ("0\n", count());
+   EXPECT_FALSE(keeps());
+
+   WriteDatabase(GetAutomatic({"eth0", "eth1", "eth2"}) + GetHosted());
+   RunWell({"start"});
+   ASSERT_TRUE(test::Eventually(keeps));
+   auto const table = GetHost().Command(std::string("nft list ") + keeper);
+   EXPECT_THAT(table, AllOf(HasSubstr("tvnet1"), HasSubstr("tvnet8"), Not(HasSubstr("tvnet0"))));
+   EXPECT_TRUE(Ping(GetHost(), "10.3.0.9"));
+   EXPECT_NE("0\n", count());
+
+   RunWell({"stop", "tvnet1"});
+   RunWell({"stop", "tvnet8"});
+   EXPECT_TRUE(test::Eventually([&] { return !keeps(); }));
 }
 
 } // namespace
