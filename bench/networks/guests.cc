@@ -2,9 +2,9 @@
 // What guests notice of our networks, and the machine when nobody uses them: throughput beside the
 // kernel's own, what a save loses, and what the watcher does while nothing happens.
 //
-//    bench_guests
+//    bench_guests [nat|bridged|loss|idle]...
 //
-// Works in namespaces of its own, as root or as an ordinary user.
+// Without a name all of them. Works in namespaces of its own, as root or as an ordinary user.
 #include "networks/datagrams.hh"
 #include "networks/laboratory.hh"
 #include "networks/nursery.hh"
@@ -16,12 +16,15 @@
 #include "vnet/watch/watcherRecord.hh"
 #include "windows/program.hh"
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -177,22 +180,48 @@ void MeasureIdle()
                after.switches - before.switches, after.ticks - before.ticks);
 }
 
-int Run()
+void MeasureLosses()
 {
-   std::printf("as %s\n", geteuid() == 0 ? "root" : "an ordinary user");
-   MeasureNat();
-   MeasureBridged();
    MeasureLoss(3);
    MeasureLoss(20);
-   MeasureIdle();
+}
+
+struct Measurement {
+   std::string_view name;
+   void (*run)();
+};
+
+constexpr Measurement measurements[] = {{"nat", MeasureNat},
+                                        {"bridged", MeasureBridged},
+                                        {"loss", MeasureLosses},
+                                        {"idle", MeasureIdle}};
+
+bool IsKnown(std::string const& name)
+{
+   return std::ranges::find(measurements, name, &Measurement::name) != std::end(measurements);
+}
+
+int Run(std::vector<std::string> const& chosen)
+{
+   std::printf("as %s\n", geteuid() == 0 ? "root" : "an ordinary user");
+   for (auto const& measurement : measurements) {
+      if (chosen.empty() || std::ranges::find(chosen, measurement.name) != chosen.end()) {
+         measurement.run();
+      }
+   }
    return EXIT_SUCCESS;
 }
 
 } // namespace
 
-int main()
+int main(int argc, char** argv)
 {
+   std::vector<std::string> const chosen(argv + 1, argv + argc);
+   if (!std::ranges::all_of(chosen, IsKnown)) {
+      std::fprintf(stderr, "usage: %s [nat|bridged|loss|idle]...\n", argv[0]);
+      return 2;
+   }
    // Each line when it is known: all of them take minutes.
    std::setvbuf(stdout, nullptr, _IOLBF, 0);
-   return RunInNursery(Run);
+   return RunInNursery([&chosen] { return Run(chosen); });
 }
