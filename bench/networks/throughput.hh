@@ -7,7 +7,6 @@
 #include <atomic>
 #include <cstdint>
 #include <string>
-#include <vector>
 
 namespace bench {
 
@@ -26,7 +25,6 @@ private:
    netlab::Endpoint const target;
    std::atomic<std::uint64_t> received{0};
    netlab::TcpServer server;
-   std::vector<char> const data;
 
    void Swallow(int socket);
    // Sends for so long, and returns how many bytes a second came.
