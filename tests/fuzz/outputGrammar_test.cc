@@ -108,7 +108,7 @@ TEST_F(OutputGrammarTest, APlantedServerIsRefused)
 
 TEST_F(OutputGrammarTest, APlantedRuleIsRefused)
 {
-   std::string const first = "      ip daddr 127.0.0.0/8 drop\n";
+   std::string const first = "      jump timeouts\n";
    ASSERT_EQ("", Judge());
    EXPECT_EQ("\"      accept accept\"", JudgeRules(first, "      accept accept\n"));
    EXPECT_NE("", JudgeRules(first, "      ip daddr 192.168.8.7; accept\n"));

@@ -14,8 +14,8 @@ using Words = std::vector<std::string>;
 std::set<std::string> const keywords = {
    // Declarations.
    "type", "filter", "nat", "hook", "prerouting", "postrouting", "input", "output", "forward",
-   "priority", "raw", "mangle", "srcnat", "dstnat", "-100", "policy", "protocol", "l3proto",
-   "unreplied", "replied", "elements", "inet_service", "ipv4_addr", "inet",
+   "priority", "raw", "srcnat", "dstnat", "-100", "policy", "protocol", "l3proto", "unreplied",
+   "replied", "elements", "inet_service", "ipv4_addr", "inet",
    // Matches.
    "iifname", "oifname", "ip", "ip6", "ether", "saddr", "daddr", "udp", "tcp", "icmp", "icmpv6",
    "th", "sport", "dport", "meta", "nfproto", "ipv4", "ipv6", "l4proto", "ct", "state", "status",
@@ -29,26 +29,12 @@ std::set<std::string> const keywords = {
 
 std::set<std::string> const marks = {"{", "}", "=", "!=", "&", ":", ".", ",", ";"};
 
-std::set<std::string> const names = {"guard",
-                                     "guard-guests",
-                                     "timeouts",
-                                     "ftp",
-                                     "forwards",
-                                     "translate-own",
-                                     "translate-in",
-                                     "translate-out",
-                                     "from-guests",
-                                     "to-guests",
-                                     "forward",
-                                     "dhcp-source",
-                                     "from-guests-to-host",
-                                     "from-host",
-                                     "input",
-                                     "output",
-                                     "tcp-forwards",
-                                     "udp-forwards",
-                                     "udp4",
-                                     "udp6"};
+std::set<std::string> const names = {
+   "guard",         "timeouts",     "ftp",           "forwards",
+   "translate-own", "translate-in", "translate-out", "from-guests",
+   "to-guests",     "forward",      "dhcp-source",   "from-guests-to-host",
+   "from-host",     "input",        "output",        "tcp-forwards",
+   "udp-forwards",  "udp4",         "udp6"};
 
 std::set<std::string> const fixedAddresses = {"127.0.0.0/8", "224.0.0.0/4", "255.255.255.255",
                                               "ff00::/8", "ff:ff:ff:00:00:00"};

@@ -10,22 +10,8 @@ namespace {
 
 std::string DropForeignOuis(std::vector<std::string> const& accepted)
 {
-   if (accepted.empty()) {
-      return "drop";
-   }
-   return "ether saddr & ff:ff:ff:00:00:00 != { " + Join(accepted) + " } drop";
-}
-
-std::string MakeGuardOfGuests(RulesetInput const& input)
-{
-   Chain chain("guard-guests");
-   if (input.acceptedOuis) {
-      chain.Add(DropForeignOuis(*input.acceptedOuis));
-   }
-   // route_localnet lets these in.
-   chain.Add("ip daddr 127.0.0.0/8 drop");
-   chain.Add("ip saddr 127.0.0.0/8 drop");
-   return chain.ToString();
+   return accepted.empty() ? "drop"
+                           : "ether saddr & ff:ff:ff:00:00:00 != { " + Join(accepted) + " } drop";
 }
 
 Chain StartForward()
@@ -43,20 +29,16 @@ Chain StartClosedForward(Match const& match)
    return chain;
 }
 
-// Nearly all packets are of flows that both ends know: they take the first rule, which says what
-// the others would, but sooner. A flow's timeout is set before it is one.
-//
 // What isn't tracked isn't translated, and would show the network's addresses outside.
 std::string MakeFromGuests(RulesetInput const& input)
 {
    Chain chain("from-guests");
-   chain.Add("ip saddr " + input.layout.subnet.ToString() + " ct state established accept");
-   if (auto const& ipv6 = input.layout.ipv6) {
-      chain.Add("ip6 saddr " + ipv6->prefix.ToString() + " ct state established accept");
-   }
    // With bridge filtering on, this is what keeps the guests of one network together.
    chain.Add(Match(input.device).out + " accept");
    chain.Add("jump timeouts");
+   if (input.activeFtp) {
+      chain.Add("tcp dport 21 ct helper set \"ftp\"");
+   }
    chain.Add("meta nfproto ipv4 ip saddr != " + input.layout.subnet.ToString() + " drop");
    chain.Add(input.layout.ipv6
                 ? "meta nfproto ipv6 ip6 saddr != " + input.layout.ipv6->prefix.ToString() + " drop"
@@ -72,35 +54,54 @@ std::string MakeFromGuests(RulesetInput const& input)
 std::string MakeToGuests()
 {
    Chain chain("to-guests");
-   chain.Add("ct state established accept");
    chain.Add("jump timeouts");
-   chain.Add("ct state related accept");
+   chain.Add("ct state { established, related } accept");
    chain.Add("ct status dnat accept");
    chain.Add("drop");
    return chain.ToString();
+}
+
+// Nearly all packets are of flows that both ends know. For them these rules say what the others
+// would, but sooner: a device's name costs several times what an address does. A flow's timeout is
+// set before it is known.
+void AcceptKnown(Chain& chain, std::string const& protocol, std::string const& subnet)
+{
+   for (auto const* end : {" saddr ", " daddr "}) {
+      chain.Add(protocol + end + subnet + " ct state established accept");
+   }
 }
 
 } // namespace
 
 // Before translation, so that a packet from outside that names an address of the network is told
 // from one that a port forward sends there. Replies to the guests still name the host here.
+// Addresses come first, as they cost less than a device's name.
 std::string MakeGuard(RulesetInput const& input)
 {
    Match const match(input.device);
+   std::string const fromOthers = " iifname != { \"lo\", \"" + input.device + "\" } drop";
    Chain chain("guard", "type filter hook prerouting priority raw");
-   chain.Add(match.in + " goto guard-guests");
-   chain.Add("iifname \"lo\" accept");
-   chain.Add("ip daddr " + input.layout.subnet.ToString() + " drop");
+   chain.Add("ip daddr " + input.layout.subnet.ToString() + fromOthers);
    if (auto const& ipv6 = input.layout.ipv6) {
-      chain.Add("ip6 daddr " + ipv6->prefix.ToString() + " drop");
+      chain.Add("ip6 daddr " + ipv6->prefix.ToString() + fromOthers);
    }
-   return MakeGuardOfGuests(input) + chain.ToString();
+   // route_localnet lets these in.
+   chain.Add("ip daddr 127.0.0.0/8 " + match.in + " drop");
+   chain.Add("ip saddr 127.0.0.0/8 " + match.in + " drop");
+   if (input.acceptedOuis) {
+      chain.Add(match.in + " " + DropForeignOuis(*input.acceptedOuis));
+   }
+   return chain.ToString();
 }
 
 std::string MakeNatPassage(RulesetInput const& input)
 {
    Match const match(input.device);
    Chain chain = StartForward();
+   AcceptKnown(chain, "ip", input.layout.subnet.ToString());
+   if (auto const& ipv6 = input.layout.ipv6) {
+      AcceptKnown(chain, "ip6", ipv6->prefix.ToString());
+   }
    chain.Add(match.in + " goto from-guests");
    chain.Add(match.out + " goto to-guests");
    return MakeFromGuests(input) + MakeToGuests() + chain.ToString();

@@ -24,13 +24,11 @@ std::string MakeTimeout(std::string const& name, std::string const& protocol,
           "\n      policy = { unreplied : " + seconds + ", replied : " + seconds + " }\n   }\n";
 }
 
-std::string MakeFtp(RulesetInput const& input)
-{
-   Chain chain("ftp", "type filter hook prerouting priority mangle");
-   chain.Add(Match(input.device).in + " tcp dport 21 ct helper set \"ftp\"");
-   return "   ct helper ftp {\n      type \"ftp\" protocol tcp\n      l3proto inet\n   }\n" +
-          chain.ToString();
-}
+constexpr char const* ftpHelper = R"(   ct helper ftp {
+      type "ftp" protocol tcp
+      l3proto inet
+   }
+)";
 
 // --- Port forwards ---
 
@@ -119,7 +117,7 @@ std::string MakeTimeouts(RulesetInput const& input)
 
 std::string MakeTranslation(RulesetInput const& input)
 {
-   return (input.activeFtp ? MakeFtp(input) : "") +
+   return (input.activeFtp ? ftpHelper : "") +
           (input.forwards.empty() ? "" : MakeForwards(input)) + MakeIn(input) + MakeOut(input);
 }
 

@@ -13,8 +13,9 @@ namespace {
 
 constexpr auto table = "tavrin-keeper";
 
-// Chains without a statement that translates aren't enough for the kernel to see to it. What leaves
-// one of our networks has the host's address by then, or is an answer by a port forward.
+// Chains without a statement that translates aren't enough for the kernel to see to it. The last
+// chain gets what no other has translated, and only the first packet of it; what leaves one of our
+// networks like that is an answer by a port forward, or is held.
 constexpr auto rules = R"(table inet tavrin-keeper {
    flags owner;
    set networks {
@@ -28,7 +29,7 @@ constexpr auto rules = R"(table inet tavrin-keeper {
       oifname "tavrin-nowhere" masquerade
    }
    chain hold {
-      type filter hook postrouting priority srcnat + 1; policy accept;
+      type nat hook postrouting priority srcnat + 1000; policy accept;
       ct state new iifname @networks oifname != @networks ct status & (snat | dnat) == 0 drop
    }
 }

@@ -135,7 +135,7 @@ TEST_F(PlanTest, OnlyManufacturersThatParseAreAccepted)
                                          "aa:bb:0c:00:00:00 } drop"));
    EXPECT_EQ(6u, wanted.remarks.size());
    database.facts.acceptedOuis = {};
-   EXPECT_THAT(Make().ruleset, HasSubstr("   chain guard-guests {\n      drop\n"));
+   EXPECT_THAT(Make().ruleset, HasSubstr("\n      iifname \"tvnet8\" drop\n   }\n"));
 }
 
 TEST_F(PlanTest, UdpTimeoutsFitTheKernelsTimers)
