@@ -12,6 +12,7 @@
 #include "networks/product.hh"
 #include "networks/results.hh"
 #include "networks/throughput.hh"
+#include "networks/verdict.hh"
 #include "vnet/watch/watcherControl.hh"
 #include "vnet/watch/watcherRecord.hh"
 #include "windows/program.hh"
@@ -97,13 +98,13 @@ void Configure(netlab::Namespace const& guest, char const* address, std::string 
    }
 }
 
-void MeasureRoads(char const* what, Running const& ours, PlainHost const& plain, char const* bar)
+void MeasureRoads(char const* what, Running const& ours, PlainHost const& plain, double bar)
 {
    Road road(ours.GetGuest(), ours.GetOutside(), outsideAddress);
    Road floor(plain.GetGuest(), plain.GetOutside(), outsideAddress);
    auto const found = Compare(road, floor, rounds);
-   std::printf("%s: %.2f Gbit/s, the kernel alone %.2f Gbit/s: %.3f times (bar %s)\n", what,
-               found.ours * 8e-9, found.floor * 8e-9, found.ratio, bar);
+   Tell({what, Format(found.ours * 8e-9, 2, "Gbit/s"), Format(found.floor * 8e-9, 2, "Gbit/s"),
+         found.ratio, Bar::AtLeast, bar});
 }
 
 void MeasureNat()
@@ -113,7 +114,7 @@ void MeasureNat()
    plain.MakeNat();
    Configure(ours.GetGuest(), "192.168.0.50/24", "192.168.0.2");
    Configure(plain.GetGuest(), "192.168.0.50/24", "192.168.0.1");
-   MeasureRoads("guest to outside through NAT", ours, plain, ">= 0.97");
+   MeasureRoads("guest to outside through NAT", ours, plain, 0.97);
 }
 
 void MeasureBridged()
@@ -123,7 +124,7 @@ void MeasureBridged()
    plain.MakeBridged();
    Configure(ours.GetGuest(), "198.51.100.50/24", "");
    Configure(plain.GetGuest(), "198.51.100.50/24", "");
-   MeasureRoads("guest to LAN through a bridged network", ours, plain, ">= 0.90");
+   MeasureRoads("guest to LAN through a bridged network", ours, plain, 0.90);
 }
 
 void MeasureLoss(unsigned int networks)
@@ -135,10 +136,10 @@ void MeasureLoss(unsigned int networks)
       ours.Save();
    }
    auto const lost = datagrams.Finish();
-   std::printf("%u saves of %u networks that change nothing: of a guest's %llu datagrams %llu "
-               "lost (bar 0)\n",
-               saves, networks, static_cast<unsigned long long>(datagrams.GetSent()),
-               static_cast<unsigned long long>(lost));
+   Tell({"datagrams of a guest lost in " + std::to_string(saves) + " saves of " +
+            std::to_string(networks) + " networks that change nothing",
+         std::to_string(lost), std::to_string(datagrams.GetSent()) + " sent",
+         static_cast<double>(lost), Bar::AtMost, 0});
 }
 
 pid_t FindWatcher()
@@ -174,10 +175,7 @@ void MeasureIdle()
    WaitUntilQuiet(watcher);
    auto const before = GetUse(watcher);
    std::this_thread::sleep_for(idleTime);
-   auto const after = GetUse(watcher);
-   std::printf("idle for a minute, the watcher of three networks: %ld wake-ups, %ld ticks of "
-               "processor time (bar 0 and 0)\n",
-               after.switches - before.switches, after.ticks - before.ticks);
+   Tell(JudgeIdle("the watcher of three networks", before, GetUse(watcher)));
 }
 
 void MeasureLosses()
@@ -203,7 +201,6 @@ bool IsKnown(std::string const& name)
 
 int Run(std::vector<std::string> const& chosen)
 {
-   std::printf("as %s\n", geteuid() == 0 ? "root" : "an ordinary user");
    for (auto const& measurement : measurements) {
       if (chosen.empty() || std::ranges::find(chosen, measurement.name) != chosen.end()) {
          measurement.run();

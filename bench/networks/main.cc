@@ -10,6 +10,7 @@
 #include "networks/nursery.hh"
 #include "networks/product.hh"
 #include "networks/results.hh"
+#include "networks/verdict.hh"
 
 #include <cstdio>
 #include <cstdlib>
@@ -35,20 +36,75 @@ constexpr auto handAll = "by hand: ip, nft, dnsmasq";
 constexpr auto handOne = "by hand: one until it answers";
 constexpr auto handStop = "by hand: remove all";
 
+// Give or take some noise.
+constexpr double linear = 1.2;
+
+Line const first = {firstSave, handAll, true};
+Line const mtus = {mtuSave, "", true};
+Line const forwards = {forwardSave, "", true};
+
 std::vector<Line> const lines = {{handBridges, "", true},
                                  {handRules, "", true},
                                  {handLibrary, "", true},
                                  {handDnsmasq, "", true},
                                  {handAll, "", true},
-                                 {handOne, "", false},
+                                 {handOne, ""},
                                  {handStop, "", true},
                                  {startAll, handAll, true},
-                                 {startOne, handOne, false, "1.2 times the floor"},
+                                 {startOne, handOne},
                                  {stopAll, handStop, true},
-                                 {firstSave, handAll, true, "40 ms each, growth 1"},
-                                 {sameSave, "", true, "30 ms for 3, 100 ms for 20"},
-                                 {mtuSave, "", true, "40 ms each, growth 1"},
-                                 {forwardSave, "", true, "40 ms each, growth 1"}};
+                                 first,
+                                 {sameSave, "", true},
+                                 mtus,
+                                 forwards};
+
+std::string Of(unsigned int networks)
+{
+   return ", " + std::to_string(networks) + " networks";
+}
+
+void TellOfSameSave(Results const& results, unsigned int networks, double bar)
+{
+   if (double const median = results.GetMedian(sameSave, networks)) {
+      Tell(
+         {sameSave + Of(networks) + ", ms", Format(median, 1, "ms"), "", median, Bar::AtMost, bar});
+   }
+}
+
+void TellOfStart(Results const& results, unsigned int networks)
+{
+   double const ours = results.GetMedian(startOne, networks);
+   double const reference = results.GetMedian(handOne, networks);
+   Tell({"start of one until it answers" + Of(networks), Format(ours, 1, "ms"),
+         Format(reference, 1, "ms"), ours / reference, Bar::AtMost, 1.2});
+}
+
+// Beside what the kernel and the tools' own libraries take for as many by hand.
+void TellOfChanges(Results const& results, unsigned int networks)
+{
+   double const hand = results.GetMedian(handAll, networks);
+   for (auto const& line : {first, mtus, forwards}) {
+      double const median = results.GetMedian(line.what, networks);
+      Tell({line.what + Of(networks) + ", ms each", Format(median, 0, "ms"),
+            Format(hand, 0, "ms") + " by hand", median / networks, Bar::AtMost, 40});
+      if (double const growth = GetGrowth(line, results)) {
+         Line const byHand = {handAll, "", true};
+         Tell({line.what + ", growth of the cost of each", Format(growth, 2, "times"),
+               Format(GetGrowth(byHand, results), 2, "times") + " by hand", growth, Bar::AtMost,
+               1});
+      }
+   }
+}
+
+void TellOfBars(Results const& results)
+{
+   TellOfSameSave(results, 3, 30);
+   TellOfSameSave(results, 20, 100);
+   for (unsigned int const networks : results.GetCounts()) {
+      TellOfStart(results, networks);
+   }
+   TellOfChanges(results, results.GetCounts().back());
+}
 
 // More of what takes less.
 unsigned int CountRounds(unsigned int networks)
@@ -180,6 +236,7 @@ int Run(std::vector<unsigned int> const& counts)
       MeasureHand(settings, count, results);
    }
    PrintTable(lines, results);
+   TellOfBars(results);
    return EXIT_SUCCESS;
 }
 

@@ -41,15 +41,6 @@ void PrintHeader(std::vector<unsigned int> const& counts)
    std::printf("\n");
 }
 
-// How many times as much a network costs among the most as among 20; 1 is linear.
-double GetGrowth(Line const& line, Results const& results)
-{
-   auto const most = results.GetCounts().back();
-   double const few = results.GetMedian(line.what, many) / many;
-   return line.ofAll && few > 0 && most > many ? results.GetMedian(line.what, most) / most / few
-                                               : 0;
-}
-
 void PrintLine(Line const& line, Results const& results)
 {
    auto const counts = results.GetCounts();
@@ -66,7 +57,7 @@ void PrintLine(Line const& line, Results const& results)
       double const floor = results.GetMedian(line.floor, count);
       PrintNumber(floor > 0 ? results.GetMedian(line.what, count) / floor : 0, 2);
    }
-   std::printf("%s%s\n", line.bar.empty() ? "" : "  bar: ", line.bar.c_str());
+   std::printf("\n");
 }
 
 } // namespace
@@ -100,6 +91,14 @@ std::vector<unsigned int> Results::GetCounts() const
       counts.insert(entry.first.second);
    }
    return {counts.begin(), counts.end()};
+}
+
+double GetGrowth(Line const& line, Results const& results)
+{
+   auto const most = results.GetCounts().back();
+   double const few = results.GetMedian(line.what, many) / many;
+   return line.ofAll && few > 0 && most > many ? results.GetMedian(line.what, most) / most / few
+                                               : 0;
 }
 
 void PrintTable(std::vector<Line> const& lines, Results const& results)

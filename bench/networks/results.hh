@@ -39,10 +39,12 @@ private:
 // A line of the table.
 struct Line {
    std::string what;
-   std::string floor;    // what it is compared with; empty: nothing
-   bool ofAll = false;   // done once for each network, so that there is a cost of each
-   std::string bar = {}; // what is asked of it, in words; empty: nothing
+   std::string floor;  // what it is compared with; empty: nothing
+   bool ofAll = false; // done once for each network, so that there is a cost of each
 };
+
+// How many times as much a network costs among the most as among 20; 1 is linear, 0 unknown.
+double GetGrowth(Line const& line, Results const& results);
 
 // Prints medians, the cost of each network, how that grows from 20 networks to the most, and the
 // ratios to the floors.

@@ -28,8 +28,7 @@ std::vector<char> const data(piece);
 
 Road::Road(netlab::Namespace const& guest, netlab::Namespace const& sink,
            std::string const& address)
-   : from(guest), target{address, port},
-     server(sink, port, [this](int socket) { Swallow(socket); })
+   : from(guest), target{address, port}, server(sink, port, [this](int socket) { Swallow(socket); })
 {}
 
 void Road::Swallow(int socket)

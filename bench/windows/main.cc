@@ -7,6 +7,7 @@
 #include "networks/laboratory.hh"
 #include "networks/nursery.hh"
 #include "networks/results.hh"
+#include "networks/verdict.hh"
 #include "windows/desktop.hh"
 #include "windows/program.hh"
 
@@ -104,6 +105,13 @@ public:
                   {toggle, "", false},
                   {mnemonic, "", false}},
                  results);
+      TellOfLaunch("launch with 3 networks", fewNetworks, 1.5);
+      TellOfLaunch("launch with 256 networks and 1,000 forwards", manyNetworks, 2);
+      for (auto const* what : {selection, keystroke, toggle}) {
+         double const median = results.GetMedian(what, manyNetworks);
+         Tell({std::string(what) + " among 256 networks, ms", Format(median, 1, "ms"), "", median,
+               Bar::AtMost, 8});
+      }
    }
 
 private:
@@ -120,6 +128,14 @@ private:
    Desktop desktop;
    Results results;
 
+   void TellOfLaunch(char const* what, unsigned int networks, double bar) const
+   {
+      double const ours = results.GetMedian(editorLaunch, networks);
+      double const reference = results.GetMedian(bareLaunch, networks);
+      Tell({what, Format(ours, 0, "ms"), Format(reference, 0, "ms"), ours / reference, Bar::AtMost,
+            bar});
+   }
+
    // In turn, as a machine's speed changes.
    void MeasureLaunches(unsigned int networks)
    {
@@ -133,10 +149,10 @@ private:
    {
       long const ofBare = Opened(desktop, bare, bareTitle).GetProgram().GetMemory();
       long const ofEditor = Opened(desktop, editor, editorTitle).GetProgram().GetMemory();
-      std::printf("memory, proportional: bare window %.1f MiB, editor and its server %.1f MiB: "
-                  "%.1f MiB more\n",
-                  static_cast<double>(ofBare) / 1024, static_cast<double>(ofEditor) / 1024,
-                  static_cast<double>(ofEditor - ofBare) / 1024);
+      auto const mebibytes = [](long kibibytes) { return static_cast<double>(kibibytes) / 1024; };
+      Tell({"memory of editor and server beyond a bare window, MiB",
+            Format(mebibytes(ofEditor), 1, "MiB"), Format(mebibytes(ofBare), 1, "MiB"),
+            mebibytes(ofEditor - ofBare), Bar::AtMost, 15});
    }
 
    void MeasureIdle()
@@ -148,9 +164,7 @@ private:
       for (auto const& [pid, use] : opened.GetProgram().GetUse()) {
          auto const found = before.find(pid);
          auto const earlier = found == before.end() ? Use() : found->second;
-         std::printf("idle for a minute, process %s: %ld wake-ups, %ld ticks of processor time\n",
-                     GetName(pid).c_str(), use.switches - earlier.switches,
-                     use.ticks - earlier.ticks);
+         Tell(JudgeIdle(GetName(pid), earlier, use));
       }
    }
 

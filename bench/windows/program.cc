@@ -123,4 +123,16 @@ Use GetUse(pid_t pid)
    return use;
 }
 
+Verdict JudgeIdle(std::string const& name, Use const& before, Use const& after)
+{
+   long const switches = after.switches - before.switches;
+   long const ticks = after.ticks - before.ticks;
+   return {"idle for a minute, " + name,
+           std::to_string(switches) + " wake-ups, " + std::to_string(ticks) + " ticks",
+           "",
+           static_cast<double>(switches + ticks),
+           Bar::AtMost,
+           0};
+}
+
 } // namespace bench

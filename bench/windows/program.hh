@@ -2,6 +2,8 @@
 // A program that runs, and what it takes.
 #pragma once
 
+#include "networks/verdict.hh"
+
 #include <map>
 #include <string>
 #include <sys/types.h>
@@ -39,5 +41,8 @@ private:
 Use GetUse(pid_t pid);
 // As it calls itself.
 std::string GetName(pid_t pid);
+
+// What a process took while nothing happened, which should be nothing.
+Verdict JudgeIdle(std::string const& name, Use const& before, Use const& after);
 
 } // namespace bench
