@@ -117,8 +117,8 @@ std::string MakeTimeouts(RulesetInput const& input)
 
 std::string MakeTranslation(RulesetInput const& input)
 {
-   return (input.activeFtp ? ftpHelper : "") +
-          (input.forwards.empty() ? "" : MakeForwards(input)) + MakeIn(input) + MakeOut(input);
+   return (input.activeFtp ? ftpHelper : "") + (input.forwards.empty() ? "" : MakeForwards(input)) +
+          MakeIn(input) + MakeOut(input);
 }
 
 std::string MakeIdleTranslation()

@@ -198,8 +198,8 @@ bool Watcher::FollowNetworks()
    }
 }
 
-// Theirs aren't translated, and the host passes nothing on for them whatever the rules are. Tracking
-// their connections too, where the host filters bridges, would slow them.
+// Theirs aren't translated, and the host passes nothing on for them whatever the rules are.
+// Tracking their connections too, where the host filters bridges, would slow them.
 std::set<unsigned int> Watcher::LeaveOutBridged(std::set<unsigned int> networks) const
 {
    if (database) {
