@@ -91,7 +91,7 @@ void TellOfChanges(Results const& results, unsigned int networks)
          Line const byHand = {handAll, "", true};
          Tell({line.what + ", growth of the cost of each", Format(growth, 2, "times"),
                Format(GetGrowth(byHand, results), 2, "times") + " by hand", growth, Bar::AtMost,
-               1});
+               linear});
       }
    }
 }
