@@ -3,10 +3,11 @@
 
 namespace lui::Utils {
 
-// Takes the user's locale and prepares cui::GetLocalString. False if the locale isn't known here:
-// its language is then followed all the same, by way of LANGUAGE in the environment, and GTK, if
-// the process has it (it mustn't have been started yet), is kept from asking for that locale again.
-// LANGUAGE is followed without any locale too.
+// Prepares cui::GetLocalString, in the language of the process.
+void InitCatalogues();
+
+// FollowLocale and InitCatalogues, and keeps GTK, if the process has it (it mustn't have been
+// started yet), from asking for an unknown locale again. False if the locale isn't known.
 bool InitLocalization();
 
 } // namespace lui::Utils

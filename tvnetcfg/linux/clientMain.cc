@@ -17,6 +17,7 @@
 #include "tvnetcfg/common/editable.hh"
 #include "tvnetcfg/linux/editor.hh"
 
+#include <future>
 #include <glibmm/miscutils.h>
 #include <gtkmm/main.h>
 #include <gtkmm/menuitem.h>
@@ -127,18 +128,35 @@ bool WaitForServer(Elevator const& elevator, Channel const& channel, int serverP
    return lui::Utils::WaitForMessageFromServer(channel.replyPipe[0], "Hello World!");
 }
 
-// Asks for the model. A refusal of the server is shown as it came.
-bool RequestModel(Channel const& channel, utf::string& reply)
+// What came of asking the server for the model.
+struct Answer {
+   bool hasCome = false;
+   utf::string refusal; // empty if there is none
+   common::Editable* model = nullptr;
+};
+
+Answer AskForModel(Elevator const& elevator, Channel const& channel, int serverPid, bool isRoot)
 {
-   if (!lui::Utils::SendData(channel.requestPipe[1], "Load") ||
-       !lui::Utils::ReceiveData(channel.replyPipe[0], reply)) {
-      return false;
-   }
+   Answer answer;
+   utf::string reply;
+   answer.hasCome = WaitForServer(elevator, channel, serverPid, isRoot) &&
+                    lui::Utils::SendData(channel.requestPipe[1], "Load") &&
+                    lui::Utils::ReceiveData(channel.replyPipe[0], reply);
    if (reply.startsWith("Fail", false)) {
-      lui::Utils::RaiseWarningDialog(appName, reply.c_str());
-      return false;
+      answer.refusal = reply;
+   } else if (answer.hasCome) {
+      answer.model = common::Editable::Restore(reply);
    }
-   return true;
+   return answer;
+}
+
+// False if there is nothing to edit. A refusal of the server is shown as it came.
+bool CanEdit(Answer const& answer)
+{
+   if (!answer.refusal.empty()) {
+      lui::Utils::RaiseWarningDialog(appName, answer.refusal.c_str());
+   }
+   return answer.hasCome && answer.refusal.empty();
 }
 
 // The child's end is how the client learns of the server's: it holds the server's pipe ends itself.
@@ -192,15 +210,16 @@ int client_main(int argc, char** argv)
    // Only now: a second launch has its server started, and prompts, before it learns of the first.
    lui::SingletonApp singletonApp;
    singletonApp.Init(utf::string(lui::SingletonApp::DEFAULT_DATA), false);
-   // The server starts meanwhile, or its user is asked for a password.
+   // The server starts meanwhile, or its user is asked for a password; with many networks both it
+   // and the reading of its answer take as long as the toolkit.
+   auto asking = std::async(std::launch::async, AskForModel, elevator, channel, serverPid, isRoot);
    lui::Utils::PrepareToolkit();
-
-   utf::string reply;
-   if (!WaitForServer(elevator, channel, serverPid, isRoot) || !RequestModel(channel, reply)) {
+   Answer const answer = asking.get();
+   if (!CanEdit(answer)) {
       return 1;
    }
 
-   common::Editable* const model = common::Editable::Restore(reply);
+   common::Editable* const model = answer.model;
    // Never deleted: the window outlives everything that it shows.
    auto* const editor = new Editor(model, channel.replyPipe[0], channel.requestPipe[1]);
    editor->show();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The model from the database.
+// The database and the model from it.
 #include "base/str.h"
 #include "base/strUtil.h"
 #include "cui/features.hh"
@@ -156,6 +156,11 @@ void Mgr::LoadDHCP(utf::string const& name, common::DHCP* dhcp)
    dhcp->SetMaxLeaseTime(static_cast<unsigned int>(maxLeaseTime));
    dhcp->SetBeginIP(GetDHCPParam(name, VNL_DHCP_RANGE_BEGIN));
    dhcp->SetEndIP(GetDHCPParam(name, VNL_DHCP_RANGE_END));
+}
+
+void Mgr::Unload()
+{
+   VNL_Unload();
 }
 
 } // namespace netcfg

@@ -2,7 +2,6 @@
 #include "tvnetcfg/mgr/mgr.hh"
 
 #include "tvnetcfg/common/editable.hh"
-#include "vnet/vnetlib.h"
 
 namespace netcfg {
 
@@ -14,11 +13,6 @@ void Mgr::RebuildEditable(utf::string const& text)
    // An exception of Restore must not leave the deleted model behind.
    editable = nullptr;
    editable = common::Editable::Restore(text);
-}
-
-void Mgr::Unload()
-{
-   VNL_Unload();
 }
 
 } // namespace netcfg
