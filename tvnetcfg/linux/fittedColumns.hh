@@ -7,6 +7,7 @@
 #include <gtkmm/treeview.h>
 #include <map>
 #include <set>
+#include <string>
 #include <vector>
 
 namespace netcfg {
@@ -26,10 +27,13 @@ public:
 
 private:
    Gtk::TreeView& view;
-   std::map<int, std::set<utf::string>> textsOfColumns;
+   std::map<int, std::set<std::string>> shapesOfColumns;
+   char widestDigit = '0';
    int digitWidth = 0; // when they were measured
    int digitHeight = 0;
 
+   // Texts that stand for all of these shapes.
+   std::vector<utf::string> MakeTexts(std::set<std::string> const& shapes) const;
    void OnStyleUpdated();
    bool HasFontChanged();
 };
