@@ -2,7 +2,6 @@
 #include "vnet/engine/facts.hh"
 
 #include "vnet/engine/host.hh"
-#include "vnet/engine/ours.hh"
 #include "vnet/engine/place.hh"
 #include "vnet/engine/settingsFile.hh"
 #include "vnet/process/serviceUser.hh"
@@ -24,7 +23,7 @@ bool HasAddress(Device const& device)
 bool IsWayOut(Device const& device)
 {
    auto const& link = device.link;
-   return link.IsUp() && !link.IsLoopback() && link.master == 0 && !IsOurs(link) &&
+   return link.IsUp() && !link.IsLoopback() && link.master == 0 && !device.isOurs &&
           (HasAddress(device) || !device.routes.empty());
 }
 

@@ -10,6 +10,59 @@
 
 namespace vnet::engine {
 
+namespace {
+
+constexpr unsigned char halfOfAll = 1; // prefix length
+
+Subnet Widen(Address address, unsigned char prefixLength)
+{
+   Subnet subnet{address, prefixLength};
+   subnet.address.value &= subnet.GetMask().value;
+   return subnet;
+}
+
+// Empty for one of IPv6.
+std::optional<Subnet> GetSubnet(host::InterfaceAddress const& each)
+{
+   auto const address = each.address.ToAddress();
+   return address ? std::optional(Widen(*address, each.prefixLength)) : std::nullopt;
+}
+
+// Empty for a default route.
+std::optional<Subnet> GetSubnet(host::Route const& route)
+{
+   auto const address = route.destination.ToAddress();
+   return address && route.prefixLength > halfOfAll
+             ? std::optional(Widen(*address, route.prefixLength))
+             : std::nullopt;
+}
+
+void FollowLink(Device& device)
+{
+   device.network = FindBridgeIndex(device.link);
+   device.isOurs = IsOurs(device.link);
+}
+
+void FollowRoutes(Device& device)
+{
+   device.subnets.clear();
+   device.defaultMetric.reset();
+   for (auto const& each : device.addresses) {
+      if (auto const subnet = GetSubnet(each)) {
+         device.subnets.push_back(*subnet);
+      }
+   }
+   for (auto const& route : device.routes) {
+      if (auto const subnet = GetSubnet(route)) {
+         device.subnets.push_back(*subnet);
+      } else if (route.IsDefault() && route.table == RT_TABLE_MAIN) {
+         device.defaultMetric = std::min(route.metric, device.defaultMetric.value_or(route.metric));
+      }
+   }
+}
+
+} // namespace
+
 HostView::HostView(host::RouteSocket& socketOfCaller) : socket(socketOfCaller)
 {
    // After listening began, so that no change is missed.
@@ -22,6 +75,7 @@ void HostView::Read()
    devices.clear();
    for (auto& link : host::Links(socket).List()) {
       devices[link.index].link = link;
+      FollowLink(devices[link.index]);
    }
    for (auto const& address : host::Addresses(socket).List()) {
       devices[address.link].addresses.push_back(address);
@@ -37,6 +91,9 @@ void HostView::ReadRoutes()
    }
    for (auto const& route : host::Routes(socket).List(AF_INET)) {
       devices[route.link].routes.push_back(route);
+   }
+   for (auto& entry : devices) {
+      FollowRoutes(entry.second);
    }
    unsure = false;
 }
@@ -65,8 +122,10 @@ void HostView::Apply(host::LinkChanged const& changed)
    bool const wireless = device.link.wireless;
    device.link = changed.link;
    device.link.wireless = wireless;
+   FollowLink(device);
    if (!device.link.IsUp()) {
       device.routes.clear();
+      FollowRoutes(device);
    }
 }
 
@@ -83,9 +142,11 @@ void HostView::Apply(host::AddressChanged const& changed)
    });
    if (!changed.removed) {
       addresses.push_back(address);
-      return;
    }
-   ForgetRoutes([&](host::Route const& route) { return route.source == address.address; });
+   FollowRoutes(found->second);
+   if (changed.removed) {
+      ForgetRoutes([&](host::Route const& route) { return route.source == address.address; });
+   }
 }
 
 void HostView::Apply(host::RouteChanged const& changed)
@@ -94,9 +155,14 @@ void HostView::Apply(host::RouteChanged const& changed)
    if (route.destination.family != AF_INET) {
       return;
    }
-   bool const forgot = ForgetRoutes([&](host::Route const& other) { return other == route; });
+   auto const found = devices.find(route.link);
+   auto* const device = found == devices.end() ? nullptr : &found->second;
+   bool const forgot = device && std::erase(device->routes, route) > 0;
    if (changed.removed) {
       unsure = unsure || !forgot;
+      if (device) {
+         FollowRoutes(*device);
+      }
       return;
    }
    // A route that takes another's place is told without the other's end, and one that is put beside
@@ -107,8 +173,9 @@ void HostView::Apply(host::RouteChanged const& changed)
                       other.metric == route.metric;
             });
    // A device that went in the meantime has none.
-   if (route.link == 0 || devices.contains(route.link)) {
+   if (route.link == 0 || device) {
       devices[route.link].routes.push_back(route);
+      FollowRoutes(devices[route.link]);
    }
 }
 
@@ -125,13 +192,13 @@ void HostView::Apply(host::EventsLost const&)
 }
 
 template <class Predicate>
-bool HostView::ForgetRoutes(Predicate const& matches)
+void HostView::ForgetRoutes(Predicate const& matches)
 {
-   std::size_t count = 0;
    for (auto& entry : devices) {
-      count += std::erase_if(entry.second.routes, matches);
+      if (std::erase_if(entry.second.routes, matches) > 0) {
+         FollowRoutes(entry.second);
+      }
    }
-   return count > 0;
 }
 
 template <class Predicate>
@@ -160,18 +227,14 @@ Device const* HostView::Find(int index) const
 
 Device const* HostView::FindDefault() const
 {
-   Device const* found = nullptr;
-   host::Route const* best = nullptr;
+   Device const* best = nullptr;
    for (auto const& [index, device] : devices) {
-      for (auto const& route : device.routes) {
-         bool const fits = index > 0 && route.IsDefault() && route.table == RT_TABLE_MAIN;
-         if (fits && (!best || route.metric < best->metric)) {
-            best = &route;
-            found = &device;
-         }
+      if (index > 0 && device.defaultMetric &&
+          (!best || device.defaultMetric < best->defaultMetric)) {
+         best = &device;
       }
    }
-   return found;
+   return best;
 }
 
 std::vector<Device const*> HostView::ListPorts(int bridge) const

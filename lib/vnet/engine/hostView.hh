@@ -6,8 +6,11 @@
 #include "vnet/host/events.hh"
 #include "vnet/host/links.hh"
 #include "vnet/host/routes.hh"
+#include "vnet/values/address.hh"
 
+#include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,6 +24,12 @@ struct Device {
    host::Link link;
    std::vector<host::InterfaceAddress> addresses; // of both families, in the kernel's order
    std::vector<host::Route> routes;               // of IPv4, of all tables
+
+   // What follows from these, and is asked for of all devices for each network.
+   std::optional<unsigned int> network; // whose bridge it is
+   bool isOurs = false;                 // a bridge or a half of a patch
+   std::vector<Subnet> subnets;         // of IPv4, with an address in them or a route to them
+   std::optional<std::uint32_t> defaultMetric; // of the best default route of the main table
 };
 
 // Comparing 256 networks takes a list of everything once and not 256 times: afterwards only changes
@@ -71,7 +80,7 @@ private:
    void Apply(host::RulesetChanged const& changed);
    void Apply(host::EventsLost const& lost);
    template <class Predicate>
-   bool ForgetRoutes(Predicate const& matches);
+   void ForgetRoutes(Predicate const& matches);
    template <class Predicate>
    bool HasRoute(Predicate const& matches) const;
 };

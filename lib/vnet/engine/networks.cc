@@ -187,8 +187,8 @@ std::set<unsigned int> Networks::ListPresent()
    auto present = Notes::List(place.runFolder);
    present.merge(switches.ListUsers());
    for (auto const& [link, device] : host.view.GetDevices()) {
-      if (auto const index = FindBridgeIndex(device.link)) {
-         present.insert(*index);
+      if (device.network) {
+         present.insert(*device.network);
       }
    }
    for (auto const& table : host.ruleset.ListTables("inet")) {

@@ -162,9 +162,9 @@ void Notes::WriteForwards(std::vector<services::WantedForward> const& forwards) 
    Write(forwardsName, text);
 }
 
-Notes::Rules Notes::Rules::Of(std::string const& text, std::string const& listing)
+Notes::Rules Notes::Rules::Of(std::string const& text, std::string const& description)
 {
-   return {GetFingerprint(text), GetFingerprint(listing)};
+   return {GetFingerprint(text), GetFingerprint(description)};
 }
 
 bool Notes::Rules::IsOf(std::string const& appliedText) const
@@ -176,13 +176,13 @@ Notes::Rules Notes::ReadRules() const
 {
    std::istringstream words(Read(rulesName));
    Rules rules;
-   words >> rules.text >> rules.listing;
+   words >> rules.text >> rules.description;
    return rules;
 }
 
 void Notes::WriteRules(Rules const& rules) const
 {
-   Write(rulesName, rules.text + "\n" + rules.listing + "\n");
+   Write(rulesName, rules.text + "\n" + rules.description + "\n");
 }
 
 bool Notes::IsPatch(std::string const& description) const

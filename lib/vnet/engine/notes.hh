@@ -33,13 +33,13 @@ public:
    std::vector<services::WantedForward> ReadForwards() const;
    void WriteForwards(std::vector<services::WantedForward> const& forwards) const;
 
-   // The rules as they were applied last, and as the kernel listed them then: fingerprints of the
-   // texts, which may be long.
+   // The rules as they were applied last, and as the kernel described them then: fingerprints of
+   // both texts, which may be long.
    struct Rules {
       std::string text;
-      std::string listing;
+      std::string description;
 
-      static Rules Of(std::string const& text, std::string const& listing);
+      static Rules Of(std::string const& text, std::string const& description);
       bool IsOf(std::string const& appliedText) const;
       bool operator==(Rules const&) const = default;
    };

@@ -2,52 +2,13 @@
 #include "vnet/engine/occupied.hh"
 
 #include "vnet/engine/hostView.hh"
-#include "vnet/engine/ours.hh"
 
 #include <algorithm>
 #include <linux/rtnetlink.h>
-#include <optional>
 
 namespace vnet::engine {
 
 namespace {
-
-constexpr unsigned char halfOfAll = 1; // prefix length
-
-Subnet Widen(Address address, unsigned char prefixLength)
-{
-   Subnet subnet{address, prefixLength};
-   subnet.address.value &= subnet.GetMask().value;
-   return subnet;
-}
-
-// Empty for one of IPv6.
-std::optional<Subnet> GetSubnet(host::InterfaceAddress const& each)
-{
-   auto const address = each.address.ToAddress();
-   return address ? std::optional(Widen(*address, each.prefixLength)) : std::nullopt;
-}
-
-// Empty for a default route.
-std::optional<Subnet> GetSubnet(host::Route const& route)
-{
-   auto const address = route.destination.ToAddress();
-   return address && route.prefixLength > halfOfAll
-             ? std::optional(Widen(*address, route.prefixLength))
-             : std::nullopt;
-}
-
-// Calls `look` with each subnet that the device has an address in or a route to, until it returns
-// true. Returns whether it did.
-template <class Look>
-bool AnySubnet(Device const& device, Look const& look)
-{
-   auto const fits = [&look](auto const& each) {
-      auto const subnet = GetSubnet(each);
-      return subnet && look(*subnet);
-   };
-   return std::ranges::any_of(device.addresses, fits) || std::ranges::any_of(device.routes, fits);
-}
 
 bool HasAddressIn(Device const& device, Subnet const& subnet)
 {
@@ -78,11 +39,8 @@ std::vector<Subnet> ListOccupied(HostView const& view, unsigned int own)
 {
    std::vector<Subnet> occupied;
    for (auto const& [index, device] : view.GetDevices()) {
-      if (FindBridgeIndex(device.link) != own) {
-         AnySubnet(device, [&occupied](Subnet const& each) {
-            occupied.push_back(each);
-            return false;
-         });
+      if (device.network != own) {
+         occupied.insert(occupied.end(), device.subnets.begin(), device.subnets.end());
       }
    }
    return occupied;
@@ -93,10 +51,9 @@ std::set<unsigned int> FindHolders(HostView const& view, Subnet const& subnet, u
    auto const overlaps = [&subnet](Subnet const& each) { return each.Overlaps(subnet); };
    std::set<unsigned int> holders;
    for (auto const& [index, device] : view.GetDevices()) {
-      auto const network =
-         AnySubnet(device, overlaps) ? FindBridgeIndex(device.link) : std::nullopt;
-      if (network && network != own) {
-         holders.insert(*network);
+      if (device.network && device.network != own &&
+          std::ranges::any_of(device.subnets, overlaps)) {
+         holders.insert(*device.network);
       }
    }
    return holders;
@@ -105,8 +62,7 @@ std::set<unsigned int> FindHolders(HostView const& view, Subnet const& subnet, u
 std::string FindForeignUser(HostView const& view, Subnet const& subnet)
 {
    for (auto const& [index, device] : view.GetDevices()) {
-      if ((HasAddressIn(device, subnet) || HasRouteTo(device, subnet)) &&
-          !FindBridgeIndex(device.link)) {
+      if (!device.network && (HasAddressIn(device, subnet) || HasRouteTo(device, subnet))) {
          return index > 0 ? device.link.name : "a route";
       }
    }

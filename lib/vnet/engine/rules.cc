@@ -5,11 +5,28 @@
 #include "vnet/engine/notes.hh"
 #include "vnet/services/wanted.hh"
 
+#include <sstream>
+
 namespace vnet::engine {
 
 namespace {
 
 constexpr auto family = "inet";
+
+// The chains of a table that we wrote.
+std::vector<std::string> FindChains(std::string const& text)
+{
+   std::string const begin = "   chain ";
+   std::string const end = " {";
+   std::vector<std::string> chains;
+   std::istringstream lines(text);
+   for (std::string line; std::getline(lines, line);) {
+      if (line.starts_with(begin) && line.ends_with(end)) {
+         chains.push_back(line.substr(begin.size(), line.size() - begin.size() - end.size()));
+      }
+   }
+   return chains;
+}
 
 } // namespace
 
@@ -21,8 +38,8 @@ bool Rules::Run(unsigned int index, std::string const& text, Notes const& notes)
    if (auto const found = known.find(index); found != known.end() && found->second == now) {
       return true;
    }
-   // What was never applied isn't listed in vain.
-   if (!noted.IsOf(text) || noted != Notes::Rules::Of(text, host.ruleset.List(family, table))) {
+   // What was never applied isn't asked for in vain.
+   if (!noted.IsOf(text) || noted != Notes::Rules::Of(text, Describe(table, text))) {
       return false;
    }
    known[index] = now;
@@ -39,15 +56,20 @@ bool Rules::Apply(unsigned int index, std::string const& text, Notes const& note
    host.ruleset.RunFor(family, table, text);
    host.view.Refresh();
    auto const generation = host.view.GetTableGeneration(table);
-   auto const listing = host.ruleset.List(family, table);
+   auto const description = Describe(table, text);
    host.view.Refresh();
    // What somebody else made of them in between isn't noted as ours: the next comparison sees it.
-   if (!listing.empty() && generation == host.view.GetTableGeneration(table)) {
-      auto const note = Notes::Rules::Of(text, listing);
+   if (!description.empty() && generation == host.view.GetTableGeneration(table)) {
+      auto const note = Notes::Rules::Of(text, description);
       notes.WriteRules(note);
       known[index] = {text, generation, note};
    }
    return true;
+}
+
+std::string Rules::Describe(std::string const& table, std::string const& text)
+{
+   return host.ruleset.Describe(family, table, FindChains(text));
 }
 
 void Rules::Remove(unsigned int index)

@@ -12,10 +12,10 @@ namespace vnet::engine {
 
 struct Host;
 
-// Whether the rules that run are the ones wanted can't be read off them: the kernel lists them in
-// other words. So we note which text was applied last and how the kernel listed it then. Both have
-// to agree, so a table that was altered, flushed or removed by anyone is seen. Once compared, a
-// table is compared again when the kernel tells that it changed.
+// Whether the rules that run are the ones wanted can't be read off them: the kernel tells of them
+// in other words. So we note which text was applied last and what the kernel told of it then. Both
+// have to agree, so a table that was altered, flushed or removed by anyone is seen. Once compared,
+// a table is compared again when the kernel tells that it changed.
 //
 // Every failure throws Error.
 class Rules {
@@ -39,6 +39,9 @@ private:
 
    Host& host;
    std::map<unsigned int, Known> known;
+
+   // What the kernel says of the table that this text made.
+   std::string Describe(std::string const& table, std::string const& text);
 };
 
 } // namespace vnet::engine

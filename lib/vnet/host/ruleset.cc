@@ -2,6 +2,7 @@
 #include "vnet/host/ruleset.hh"
 
 #include "base/log.h"
+#include "vnet/host/tableDescription.hh"
 #include "vnet/values/error.hh"
 
 #include <cerrno>
@@ -216,6 +217,12 @@ std::string Ruleset::ListWith(unsigned int flags, std::string const& family,
 std::string Ruleset::List(std::string const& family, std::string const& table)
 {
    return ListWith(NFT_CTX_OUTPUT_STATELESS, family, table);
+}
+
+std::string Ruleset::Describe(std::string const& family, std::string const& table,
+                              std::vector<std::string> const& chains)
+{
+   return DescribeTable(tables, GetFamilyNumber(family), table, chains);
 }
 
 std::string Ruleset::ListJson(std::string const& family, std::string const& table)

@@ -34,6 +34,9 @@ public:
    // The table in nftables' own language, stateful parts without their counts; empty if it isn't
    // there. Throws Error.
    std::string List(std::string const& family, std::string const& table);
+   // DescribeTable's answer, many times as fast as List where there are many tables. Throws Error.
+   std::string Describe(std::string const& family, std::string const& table,
+                        std::vector<std::string> const& chains);
    // The table as JSON (libnftables-json(5)); empty if it isn't there. Throws Error.
    std::string ListJson(std::string const& family, std::string const& table);
    // A table that isn't there is no failure. Throws Error.

@@ -43,13 +43,13 @@ TEST_F(NotesTest, WhatIsNotedIsReadByAnother)
                                                           MakeForward(true, 8080)};
    notes.WriteStopped({Part::Nat, Part::Adapter});
    notes.WriteForwards(forwards);
-   notes.WriteRules(Notes::Rules::Of("text", "listing"));
+   notes.WriteRules(Notes::Rules::Of("text", "description"));
    notes.WritePatch("eth0");
 
    Notes const other(place.GetPath(), 8);
    EXPECT_THAT(other.ReadStopped(), ElementsAre(Part::Nat, Part::Adapter));
    EXPECT_EQ(forwards, other.ReadForwards());
-   EXPECT_EQ(Notes::Rules::Of("text", "listing"), other.ReadRules());
+   EXPECT_EQ(Notes::Rules::Of("text", "description"), other.ReadRules());
    EXPECT_NE(Notes::Rules::Of("text", "other"), other.ReadRules());
    EXPECT_TRUE(other.IsPatch("eth0"));
    EXPECT_FALSE(other.IsPatch("eth1"));
@@ -79,7 +79,7 @@ TEST_F(NotesTest, DamagedLinesAreLeftOut)
 
 TEST_F(NotesTest, AFileThatOthersMayChangeIsNotBelieved)
 {
-   notes.WriteRules(Notes::Rules::Of("text", "listing"));
+   notes.WriteRules(Notes::Rules::Of("text", "description"));
    std::filesystem::permissions(folder + "/rules", std::filesystem::perms::others_write,
                                 std::filesystem::perm_options::add);
    EXPECT_EQ(Notes::Rules(), notes.ReadRules());
