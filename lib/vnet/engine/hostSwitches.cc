@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <sstream>
+#include <utility>
 
 namespace vnet::engine {
 
@@ -32,10 +33,10 @@ HostSwitches::HostSwitches(host::Sysctl const& kernel, std::string const& runFol
 {}
 
 // A line each: "ipv4 eth0 forwarding 1 0 8 9" was 0, is 1, and is used by the networks 8 and 9.
-HostSwitches::Switches HostSwitches::Read() const
+HostSwitches::Switches HostSwitches::Parse(std::string const& text)
 {
    Switches switches;
-   std::istringstream lines(process::ReadTrustedFile(path).value_or(""));
+   std::istringstream lines(text);
    for (std::string line; std::getline(lines, line);) {
       std::istringstream words(line);
       Switch one;
@@ -48,6 +49,17 @@ HostSwitches::Switches HostSwitches::Read() const
       }
    }
    return switches;
+}
+
+// Each network asks, and the more there are the longer it takes to parse.
+HostSwitches::Switches const& HostSwitches::Read()
+{
+   auto text = process::ReadTrustedFile(path).value_or("");
+   if (text != lastText) {
+      lastSwitches = Parse(text);
+      lastText = std::move(text);
+   }
+   return lastSwitches;
 }
 
 void HostSwitches::Write(Switches const& switches) const
@@ -70,7 +82,7 @@ void HostSwitches::Write(Switches const& switches) const
 
 bool HostSwitches::HasAll(unsigned int index, std::vector<services::WantedSysctl> const& wanted)
 {
-   auto const switches = Read();
+   auto const& switches = Read();
    std::ptrdiff_t used = std::ranges::count_if(
       switches, [index](Switch const& one) { return one.users.contains(index); });
    for (auto const& each : wanted) {

@@ -46,8 +46,12 @@ private:
    host::Sysctl const& sysctl;
    std::string folder;
    std::string path;
+   std::string lastText; // of the file, and what it says
+   Switches lastSwitches;
 
-   Switches Read() const;
+   static Switches Parse(std::string const& text);
+   // Valid until the next call.
+   Switches const& Read();
    void Write(Switches const& switches) const;
    void Take(Switches& switches, unsigned int index, services::WantedSysctl const& wanted);
    void LetGo(unsigned int index, Switch& one);
