@@ -161,6 +161,22 @@ TEST_F(HostViewTest, WhatFollowsFromChangesIsWhatWouldBeReadAnew)
    EXPECT_LT(refused, changes * 2 / 3);
 }
 
+// The kernel doesn't tell of these routes' end, nor of anything else of a device without IPv6.
+TEST_F(HostViewTest, SubnetsGoWithTheRoutesOfADeviceThatGoesDown)
+{
+   for (auto const* command :
+        {"link add d0 type bridge", "link set d0 addrgenmode none", "link set d0 up",
+         "addr add 10.0.0.1/24 dev d0", "route add 172.16.0.0/24 dev d0"}) {
+      Change(command);
+   }
+   EXPECT_EQ(0, refused);
+   view->Refresh();
+   ASSERT_TRUE(ListSubnets(*view->Find("d0")).contains("172.16.0.0/24"));
+   Change("link set d0 down");
+   view->Refresh();
+   EXPECT_EQ((std::multiset<std::string>{"10.0.0.0/24"}), ListSubnets(*view->Find("d0")));
+}
+
 TEST_F(HostViewTest, ADefaultRouteOfTheMainTableWithTheLowestMetricIsTheHosts)
 {
    for (auto const* command :
